@@ -1,0 +1,195 @@
+#pragma once
+
+#include <vimra/image/ImageDescription.h>
+#include <vimra/core/BaseException.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace vimra::image {
+
+/// Raised for invalid image sizes, coordinates, element types and views.
+class ImageException : public core::BaseException {
+public:
+    using core::BaseException::BaseException;
+};
+
+/// Number of elements that storage is padded to: vector kernels walk whole steps
+/// of up to this many elements without a scalar tail.
+inline constexpr std::uint64_t s_vectorPadding = 64;
+
+/// Largest number of bytes one image may hold (2^46, 64 TiB). Larger requests,
+/// and sizes whose product overflows, are refused before any allocation.
+inline constexpr std::uint64_t s_maxImageBytes = std::uint64_t{1} << 46;
+
+constexpr std::uint64_t roundUpToPadding(std::uint64_t n) {
+    return (n + s_vectorPadding - 1) / s_vectorPadding * s_vectorPadding;
+}
+
+/// An image: sizeX x sizeY planes, sizeZ planes per volume, sizeC volumes per
+/// time step, sizeT time steps.
+///
+/// Memory layout (host images):
+/// - a plane is sizeX*sizeY elements, row after row with no gap, so any band of
+///   whole rows is one contiguous run of elements;
+/// - planes are `getPlaneStride()` elements apart; the stride is a multiple of 64
+///   elements (s_vectorPadding) and at least the plane size rounded up to it, so
+///   a vector kernel started at a 64-element boundary of a plane may overrun its
+///   run up to the next multiple of 64 without touching another plane;
+/// - the plane of (z, c, t) sits at ((t * sizeC) + c) * sizeZ + z planes from the
+///   origin for an owning image; views keep their parent's plane strides.
+///
+/// Images are handled through boost::shared_ptr; inputs as pointers to const.
+class BaseImage {
+public:
+    virtual ~BaseImage();
+    BaseImage(const BaseImage&) = delete;
+    BaseImage& operator=(const BaseImage&) = delete;
+
+    eImageBufferType::domain getBufferType() const { return m_desc.bufferType; }
+    std::uint64_t getSizeX() const { return m_desc.sizeX; }
+    std::uint64_t getSizeY() const { return m_desc.sizeY; }
+    std::uint64_t getSizeZ() const { return m_desc.volume.getSizeZ(); }
+    std::uint64_t getSizeC() const { return m_desc.color.getSizeC(); }
+    std::uint64_t getSizeT() const { return m_desc.temporal.getSizeT(); }
+
+    const VolumeGeometry& getVolumeGeometry() const { return m_desc.volume; }
+    eVolumeGeometryType::domain getVolumeGeometryType() const { return m_desc.volume.getType(); }
+    const ColorGeometry& getColorGeometry() const { return m_desc.color; }
+    eColorGeometryType::domain getColorGeometryType() const { return m_desc.color.getType(); }
+    const TemporalGeometry& getTemporalGeometry() const { return m_desc.temporal; }
+    eTemporalGeometryType::domain getTemporalGeometryType() const { return m_desc.temporal.getType(); }
+
+    const ImageDescription& getDescription() const { return m_desc; }
+    std::size_t getElementSize() const { return m_elementSize; }
+    std::uint64_t getPlaneSize() const { return m_desc.sizeX * m_desc.sizeY; }
+    std::uint64_t getPlaneCount() const { return m_desc.planeCount(); }
+    /// Elements between the starts of two consecutive planes of the same volume.
+    std::uint64_t getPlaneStride() const { return m_planeStride; }
+
+    /// Images that live in GPU memory answer true; their pixels are not host-accessible.
+    virtual bool isGpuImage() const { return false; }
+
+    /// First element of plane (z, c, t). Throws ImageException for coordinates
+    /// out of range or a GPU image.
+    const void* planeData(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) const;
+    void* planeData(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0);
+
+    /// Typed plane access; T must be the element type of the buffer type.
+    template <class T>
+    const T* plane(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) const {
+        checkElementType(BufferTypeOf<std::remove_cv_t<T>>::value);
+        return static_cast<const T*>(planeData(z, c, t));
+    }
+    template <class T>
+    T* plane(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) {
+        checkElementType(BufferTypeOf<std::remove_cv_t<T>>::value);
+        return static_cast<T*>(planeData(z, c, t));
+    }
+
+    /// Typed pixel access, bounds-checked.
+    template <class T>
+    T at(std::uint64_t x, std::uint64_t y, std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) const {
+        checkXY(x, y);
+        return plane<T>(z, c, t)[y * getSizeX() + x];
+    }
+    template <class T>
+    T& at(std::uint64_t x, std::uint64_t y, std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) {
+        checkXY(x, y);
+        return plane<T>(z, c, t)[y * getSizeX() + x];
+    }
+
+    /// Untyped pixel access through double (exact for every element type).
+    /// setValue converts like a C++ conversion after clamping to the type's range;
+    /// NaN stores 0 in integer images.
+    double getValue(std::uint64_t x, std::uint64_t y, std::uint64_t z = 0, std::uint64_t c = 0,
+                    std::uint64_t t = 0) const;
+    void setValue(double value, std::uint64_t x, std::uint64_t y, std::uint64_t z = 0, std::uint64_t c = 0,
+                  std::uint64_t t = 0);
+
+    /// Sets every pixel (padding excluded) to `value`, converted as in setValue.
+    void fill(double value);
+
+    /// True when both images have the same size in every dimension.
+    bool sameSize(const BaseImage& other) const { return m_desc.sameSize(other.m_desc); }
+
+protected:
+    struct PlaneLayout {
+        std::uint64_t planeStride = 0;  ///< elements between consecutive z planes
+        std::uint64_t strideC = 0;      ///< elements between consecutive channels
+        std::uint64_t strideT = 0;      ///< elements between consecutive time steps
+    };
+    BaseImage(const ImageDescription& desc, std::byte* origin, const PlaneLayout& layout);
+
+    std::byte* origin() const { return m_origin; }
+    const PlaneLayout& layout() const { return m_layout; }
+
+private:
+    friend class ImageView;
+    void checkElementType(eImageBufferType::domain requested) const;
+    void checkXY(std::uint64_t x, std::uint64_t y) const;
+    std::byte* planeAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const;
+
+    ImageDescription m_desc;
+    std::size_t m_elementSize;
+    std::uint64_t m_planeStride;
+    std::byte* m_origin;
+    PlaneLayout m_layout;
+};
+
+using ImagePtr = boost::shared_ptr<BaseImage>;
+using ConstImagePtr = boost::shared_ptr<const BaseImage>;
+
+/// Validates a description: valid buffer type, every size at least 1, geometry
+/// types consistent with their sizes, total bytes (padding included) at most
+/// s_maxImageBytes without overflow. Throws ImageException naming the fault.
+void checkDescription(const ImageDescription& desc);
+
+/// An image that owns its host storage (64-byte aligned, padded as described on BaseImage).
+class Image final : public BaseImage {
+public:
+    enum class eInit { eZero, eUninitialized };
+
+    /// Allocates an image; pixels are zero unless eUninitialized is asked for
+    /// (padding is always zeroed).
+    static ImagePtr create(const ImageDescription& desc, eInit init = eInit::eZero);
+    static ImagePtr create2d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y);
+    static ImagePtr create3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y, std::uint64_t z);
+
+    /// Wraps caller-owned memory laid out as described on BaseImage with the given
+    /// plane stride (in elements, consecutive z, then c, then t planes). The stride
+    /// must be a multiple of 64 and at least the plane size rounded up to 64, so
+    /// vector kernels stay inside the caller's buffer. `owner` (optional) is kept
+    /// alive as long as the image.
+    static ImagePtr wrap(const ImageDescription& desc, void* data, std::uint64_t planeStride,
+                         boost::shared_ptr<void> owner = {});
+
+    ~Image() override;
+
+private:
+    Image(const ImageDescription& desc, std::byte* origin, const PlaneLayout& layout, boost::shared_ptr<void> owner);
+    boost::shared_ptr<void> m_owner;
+};
+
+/// A view of a box of planes of another image: z0..z0+sizeZ-1, c0.., t0..; full
+/// planes in x and y. It shares the parent's storage and keeps the parent alive.
+/// Its geometry types follow its sizes (one plane: 2d, one channel: grey, one step: single).
+class ImageView final : public BaseImage {
+public:
+    struct Box {
+        std::uint64_t z0 = 0, sizeZ = 1;
+        std::uint64_t c0 = 0, sizeC = 1;
+        std::uint64_t t0 = 0, sizeT = 1;
+    };
+    static ConstImagePtr create(const ConstImagePtr& parent, const Box& box);
+    static ImagePtr create(const ImagePtr& parent, const Box& box);
+
+private:
+    ImageView(const BaseImage& parent, const Box& box, boost::shared_ptr<const BaseImage> keepAlive);
+    boost::shared_ptr<const BaseImage> m_parent;
+};
+
+}  // namespace vimra::image

@@ -1,0 +1,230 @@
+#include <vimra/image/BaseImage.h>
+
+#include <boost/format.hpp>
+#include <boost/make_shared.hpp>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace vimra::image {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& message) { throw ImageException(message, "vimra::image"); }
+
+// a * b, or false when the product does not fit 64 bits.
+bool mulChecked(std::uint64_t a, std::uint64_t b, std::uint64_t& out) {
+    return !__builtin_mul_overflow(a, b, &out);
+}
+
+template <class T>
+T convertClamped(double v) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return static_cast<T>(v);
+    } else {
+        if (std::isnan(v)) return T{0};
+        if (v <= static_cast<double>(std::numeric_limits<T>::lowest())) return std::numeric_limits<T>::lowest();
+        if (v >= static_cast<double>(std::numeric_limits<T>::max())) return std::numeric_limits<T>::max();
+        return static_cast<T>(v);
+    }
+}
+
+}  // namespace
+
+void checkDescription(const ImageDescription& d) {
+    if (!isValidBufferType(d.bufferType))
+        fail((boost::format("Invalid image buffer type %d") % static_cast<int>(d.bufferType)).str());
+    const std::uint64_t z = d.volume.getSizeZ(), c = d.color.getSizeC(), t = d.temporal.getSizeT();
+    if (d.sizeX == 0 || d.sizeY == 0 || z == 0 || c == 0 || t == 0)
+        fail((boost::format("Invalid image size %dx%d z=%d c=%d t=%d: every dimension must be at least 1") %
+              d.sizeX % d.sizeY % z % c % t)
+                 .str());
+    if (d.volume.getType() == eVolumeGeometryType::e2d && z != 1) fail("A 2d image must have exactly one plane");
+    if (d.color.getType() == eColorGeometryType::eGrey && c != 1) fail("A grey image must have exactly one channel");
+    if (d.temporal.getType() == eTemporalGeometryType::eSingle && t != 1)
+        fail("A single image must have exactly one time step");
+
+    std::uint64_t plane = 0, planes = 0, elements = 0, bytes = 0;
+    const bool ok = mulChecked(d.sizeX, d.sizeY, plane) && plane <= std::numeric_limits<std::uint64_t>::max() - 64 &&
+                    mulChecked(z, c, planes) && mulChecked(planes, t, planes) &&
+                    mulChecked(roundUpToPadding(plane), planes, elements) &&
+                    mulChecked(elements, getImageBufferBaseSize(d.bufferType), bytes);
+    if (!ok || bytes > s_maxImageBytes)
+        fail((boost::format("Image size %dx%d z=%d c=%d t=%d of %s exceeds the limit of %d bytes") % d.sizeX %
+              d.sizeY % z % c % t % bufferTypeName(d.bufferType) % s_maxImageBytes)
+                 .str());
+}
+
+BaseImage::BaseImage(const ImageDescription& desc, std::byte* origin, const PlaneLayout& layout)
+    : m_desc(desc),
+      m_elementSize(getImageBufferBaseSize(desc.bufferType)),
+      m_planeStride(layout.planeStride),
+      m_origin(origin),
+      m_layout(layout) {}
+
+BaseImage::~BaseImage() = default;
+
+std::byte* BaseImage::planeAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
+    if (isGpuImage()) fail("The pixels of a GPU image are not accessible from the host");
+    if (z >= getSizeZ() || c >= getSizeC() || t >= getSizeT())
+        fail((boost::format("Plane (z=%d, c=%d, t=%d) is outside the image %s") % z % c % t % m_desc.toString())
+                 .str());
+    const std::uint64_t offset = z * m_layout.planeStride + c * m_layout.strideC + t * m_layout.strideT;
+    return m_origin + offset * m_elementSize;
+}
+
+const void* BaseImage::planeData(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
+    return planeAddress(z, c, t);
+}
+void* BaseImage::planeData(std::uint64_t z, std::uint64_t c, std::uint64_t t) { return planeAddress(z, c, t); }
+
+void BaseImage::checkElementType(eImageBufferType::domain requested) const {
+    if (elementIndex(requested) != elementIndex(m_desc.bufferType))
+        fail((boost::format("Element type %s requested from an image of buffer type %s") %
+              bufferTypeName(requested) % bufferTypeName(m_desc.bufferType))
+                 .str());
+}
+
+void BaseImage::checkXY(std::uint64_t x, std::uint64_t y) const {
+    if (x >= getSizeX() || y >= getSizeY())
+        fail((boost::format("Pixel (%d, %d) is outside the image %s") % x % y % m_desc.toString()).str());
+}
+
+double BaseImage::getValue(std::uint64_t x, std::uint64_t y, std::uint64_t z, std::uint64_t c,
+                           std::uint64_t t) const {
+    checkXY(x, y);
+    const std::byte* p = planeAddress(z, c, t) + (y * getSizeX() + x) * m_elementSize;
+    return visitElementType(m_desc.bufferType, [p]<class T>() {
+        T v;
+        std::memcpy(&v, p, sizeof(T));
+        return static_cast<double>(v);
+    });
+}
+
+void BaseImage::setValue(double value, std::uint64_t x, std::uint64_t y, std::uint64_t z, std::uint64_t c,
+                         std::uint64_t t) {
+    checkXY(x, y);
+    std::byte* p = planeAddress(z, c, t) + (y * getSizeX() + x) * m_elementSize;
+    visitElementType(m_desc.bufferType, [p, value]<class T>() {
+        const T v = convertClamped<T>(value);
+        std::memcpy(p, &v, sizeof(T));
+    });
+}
+
+void BaseImage::fill(double value) {
+    visitElementType(m_desc.bufferType, [this, value]<class T>() {
+        const T v = convertClamped<T>(value);
+        for (std::uint64_t t = 0; t < getSizeT(); ++t)
+            for (std::uint64_t c = 0; c < getSizeC(); ++c)
+                for (std::uint64_t z = 0; z < getSizeZ(); ++z) {
+                    T* p = plane<T>(z, c, t);
+                    for (std::uint64_t i = 0, n = getPlaneSize(); i < n; ++i) p[i] = v;
+                }
+    });
+}
+
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+struct AlignedDeleter {
+    void operator()(std::byte* p) const { ::operator delete[](p, std::align_val_t{64}); }
+};
+
+}  // namespace
+
+Image::Image(const ImageDescription& desc, std::byte* origin, const PlaneLayout& layout,
+             boost::shared_ptr<void> owner)
+    : BaseImage(desc, origin, layout), m_owner(std::move(owner)) {}
+
+Image::~Image() = default;
+
+ImagePtr Image::create(const ImageDescription& desc, eInit init) {
+    checkDescription(desc);
+    const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
+    const std::uint64_t stride = roundUpToPadding(planeSize);
+    const std::uint64_t planes = desc.planeCount();
+    const std::size_t elementSize = getImageBufferBaseSize(desc.bufferType);
+    const std::size_t bytes = stride * planes * elementSize;
+
+    boost::shared_ptr<std::byte> storage(static_cast<std::byte*>(::operator new[](bytes, std::align_val_t{64})),
+                                         AlignedDeleter{});
+    if (init == eInit::eZero) {
+        std::memset(storage.get(), 0, bytes);
+    } else {
+        // The padding is always defined, so vector kernels read known values past a plane.
+        for (std::uint64_t p = 0; p < planes; ++p)
+            std::memset(storage.get() + (p * stride + planeSize) * elementSize, 0, (stride - planeSize) * elementSize);
+    }
+    const PlaneLayout layout{stride, stride * desc.volume.getSizeZ(),
+                             stride * desc.volume.getSizeZ() * desc.color.getSizeC()};
+    std::byte* origin = storage.get();
+    return ImagePtr(new Image(desc, origin, layout, boost::shared_ptr<void>(storage)));
+}
+
+ImagePtr Image::create2d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y) {
+    return create(ImageDescription::make2d(type, x, y));
+}
+
+ImagePtr Image::create3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y, std::uint64_t z) {
+    return create(ImageDescription::make3d(type, x, y, z));
+}
+
+ImagePtr Image::wrap(const ImageDescription& desc, void* data, std::uint64_t planeStride,
+                     boost::shared_ptr<void> owner) {
+    checkDescription(desc);
+    if (data == nullptr) fail("Cannot wrap a null buffer");
+    const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
+    if (planeStride % s_vectorPadding != 0 || planeStride < roundUpToPadding(planeSize))
+        fail((boost::format("Plane stride %d is too small or not a multiple of %d for planes of %d elements; "
+                            "vector kernels need at least %d") %
+              planeStride % s_vectorPadding % planeSize % roundUpToPadding(planeSize))
+                 .str());
+    std::uint64_t total = 0;
+    if (!mulChecked(planeStride, desc.planeCount(), total) ||
+        !mulChecked(total, getImageBufferBaseSize(desc.bufferType), total) || total > s_maxImageBytes)
+        fail("Wrapped image exceeds the size limit");
+    const PlaneLayout layout{planeStride, planeStride * desc.volume.getSizeZ(),
+                             planeStride * desc.volume.getSizeZ() * desc.color.getSizeC()};
+    return ImagePtr(new Image(desc, static_cast<std::byte*>(data), layout, std::move(owner)));
+}
+
+// ---------------------------------------------------------------------------------------------
+
+namespace {
+
+ImageDescription viewDescription(const BaseImage& parent, const ImageView::Box& b) {
+    const bool inside = b.sizeZ >= 1 && b.sizeC >= 1 && b.sizeT >= 1 && b.z0 < parent.getSizeZ() &&
+                        b.sizeZ <= parent.getSizeZ() - b.z0 && b.c0 < parent.getSizeC() &&
+                        b.sizeC <= parent.getSizeC() - b.c0 && b.t0 < parent.getSizeT() &&
+                        b.sizeT <= parent.getSizeT() - b.t0;
+    if (!inside)
+        fail((boost::format("View z=%d+%d c=%d+%d t=%d+%d does not fit in image %s") % b.z0 % b.sizeZ % b.c0 %
+              b.sizeC % b.t0 % b.sizeT % parent.getDescription().toString())
+                 .str());
+    ImageDescription d = parent.getDescription();
+    d.volume = b.sizeZ == 1 ? VolumeGeometry::make2d() : VolumeGeometry::make3d(b.sizeZ);
+    d.color = b.sizeC == 1 ? ColorGeometry::grey() : ColorGeometry::multiChannel(b.sizeC);
+    d.temporal = b.sizeT == 1 ? TemporalGeometry::single() : TemporalGeometry::sequence(b.sizeT);
+    return d;
+}
+
+}  // namespace
+
+ImageView::ImageView(const BaseImage& parent, const Box& box, boost::shared_ptr<const BaseImage> keepAlive)
+    : BaseImage(viewDescription(parent, box), parent.planeAddress(box.z0, box.c0, box.t0), parent.layout()),
+      m_parent(std::move(keepAlive)) {}
+
+ConstImagePtr ImageView::create(const ConstImagePtr& parent, const Box& box) {
+    if (!parent) fail("Cannot make a view of a null image");
+    return ConstImagePtr(new ImageView(*parent, box, parent));
+}
+
+ImagePtr ImageView::create(const ImagePtr& parent, const Box& box) {
+    if (!parent) fail("Cannot make a view of a null image");
+    return ImagePtr(new ImageView(*parent, box, parent));
+}
+
+}  // namespace vimra::image

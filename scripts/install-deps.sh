@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs the Debian packages this project needs. Idempotent: when everything
+# is present it only runs dpkg-query and exits.
+#   scripts/install-deps.sh            build + test dependencies
+#   scripts/install-deps.sh --bench    also the peers the benchmarks compare with
+set -euo pipefail
+
+packages=(
+  cmake ninja-build g++ ccache
+  libboost-dev libboost-thread-dev libboost-filesystem-dev
+  liblog4cplus-dev libtbb-dev libtiff-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  libsimde-dev
+  pybind11-dev python3-numpy
+)
+if [[ "${1:-}" == "--bench" ]]; then
+  packages+=(libopencv-dev python3-numexpr)
+fi
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$p")
+  fi
+done
+if ((${#missing[@]} == 0)); then
+  exit 0
+fi
+echo "install-deps: installing ${missing[*]}"
+SUDO=""
+if [[ $(id -u) -ne 0 ]]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
