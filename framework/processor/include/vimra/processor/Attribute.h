@@ -1,0 +1,239 @@
+#pragma once
+
+#include <vimra/image/BaseImage.h>
+#include <vimra/image/Strip.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vimra::core {
+class BaseOArchive;
+class BaseIArchive;
+}  // namespace vimra::core
+
+namespace vimra::processor {
+
+/// A closed interval of values; bounds are stored as double.
+struct Range {
+    double Min = 0.0;
+    double Max = 0.0;
+    bool operator==(const Range&) const = default;
+};
+
+/// A named, typed slot of a processor: an input or output image, a strip, or a value.
+class BaseAttribute {
+public:
+    virtual ~BaseAttribute() = default;
+    virtual const char* getName() const = 0;
+    virtual bool isInput() const = 0;
+    virtual bool isMandatory() const = 0;
+    virtual bool isSet() const = 0;
+    virtual void clear() = 0;
+    /// Serialises the attribute's state: values with their value, images by description.
+    virtual void write(core::BaseOArchive& archive) const;
+    virtual void read(core::BaseIArchive& archive);
+};
+
+using AttributePtr = boost::shared_ptr<BaseAttribute>;
+using AttributeColl = std::vector<AttributePtr>;
+
+/// Attribute holding an image (host or GPU).
+class BaseImageAttribute : public BaseAttribute {
+public:
+    /// The image held, or null.
+    virtual const image::BaseImage* getImage() const = 0;
+    bool isSet() const override { return getImage() != nullptr; }
+    void write(core::BaseOArchive& archive) const override;
+    void read(core::BaseIArchive& archive) override;
+};
+
+class BaseInputImageAttribute : public BaseImageAttribute {
+public:
+    using value_type = image::ConstImagePtr;
+    bool isInput() const override { return true; }
+    void setValue(value_type v) { m_value = std::move(v); }
+    const value_type& getValue() const { return m_value; }
+    const image::BaseImage* getImage() const override { return m_value.get(); }
+    void clear() override { m_value.reset(); }
+
+private:
+    value_type m_value;
+};
+
+class BaseOutputImageAttribute : public BaseImageAttribute {
+public:
+    using value_type = image::ImagePtr;
+    bool isInput() const override { return false; }
+    bool isMandatory() const override { return false; }
+    void setValue(value_type v) { m_value = std::move(v); }
+    const value_type& getValue() const { return m_value; }
+    const image::BaseImage* getImage() const override { return m_value.get(); }
+    void clear() override { m_value.reset(); }
+
+private:
+    value_type m_value;
+};
+
+/// Value attribute: a double, float, Range, buffer type, ...
+template <class T>
+class BaseValueAttribute : public BaseAttribute {
+public:
+    using value_type = T;
+    bool isInput() const override { return true; }
+    bool isSet() const override { return m_set; }
+    void clear() override {
+        m_set = false;
+        m_value = T{};
+    }
+    void setValue(const T& v) {
+        m_value = v;
+        m_set = true;
+    }
+    const T& getValue() const { return m_value; }
+    void write(core::BaseOArchive& archive) const override;
+    void read(core::BaseIArchive& archive) override;
+
+private:
+    T m_value{};
+    bool m_set = false;
+};
+
+/// Strip attributes of level-3 processors.
+class BaseInputYStrip2dAttribute : public BaseAttribute {
+public:
+    using value_type = image::InputImageYStrip2d;
+    bool isInput() const override { return true; }
+    bool isMandatory() const override { return true; }
+    bool isSet() const override { return m_set; }
+    void clear() override { m_set = false; }
+    void init(const value_type& strip) {
+        m_strip = strip;
+        m_set = true;
+    }
+    void setValue(const value_type& strip) { init(strip); }
+    const value_type& getValue() const { return m_strip; }
+    const value_type& getStrip() const { return m_strip; }
+    image::eImageBufferType::domain getImageBufferType() const { return m_strip.getImageBufferType(); }
+
+private:
+    value_type m_strip;
+    bool m_set = false;
+};
+
+class BaseOutputYStrip2dAttribute : public BaseAttribute {
+public:
+    using value_type = image::OutputImageYStrip2d;
+    bool isInput() const override { return false; }
+    bool isMandatory() const override { return true; }
+    bool isSet() const override { return m_set; }
+    void clear() override { m_set = false; }
+    void init(const value_type& strip) {
+        m_strip = strip;
+        m_set = true;
+    }
+    void setValue(const value_type& strip) { init(strip); }
+    const value_type& getValue() const { return m_strip; }
+    const value_type& getStrip() const { return m_strip; }
+    image::eImageBufferType::domain getImageBufferType() const { return m_strip.getImageBufferType(); }
+
+private:
+    value_type m_strip;
+    bool m_set = false;
+};
+
+/// Compile-time attribute name, so that each named attribute is its own type.
+template <std::size_t N>
+struct AttributeName {
+    constexpr AttributeName(const char (&s)[N]) { std::copy_n(s, N, value); }
+    char value[N];
+};
+
+/// Attributes whose name starts with "InOpt" are optional.
+template <std::size_t N>
+constexpr bool isOptionalName(const AttributeName<N>& n) {
+    return N > 6 && n.value[0] == 'I' && n.value[1] == 'n' && n.value[2] == 'O' && n.value[3] == 'p' &&
+           n.value[4] == 't';
+}
+
+/// A concrete attribute: a base kind plus its name (`Attribute<"InImg1", BaseInputImageAttribute>`).
+template <AttributeName Name, class Base>
+class Attribute final : public Base {
+public:
+    static constexpr const char* s_name = Name.value;
+    const char* getName() const override { return Name.value; }
+    bool isMandatory() const override {
+        if constexpr (std::is_base_of_v<BaseOutputImageAttribute, Base>) {
+            return false;
+        } else {
+            return !isOptionalName(Name);
+        }
+    }
+};
+
+}  // namespace vimra::processor
+
+namespace vimra::imaproc::attr {
+
+using processor::Attribute;
+using processor::BaseInputImageAttribute;
+using processor::BaseInputYStrip2dAttribute;
+using processor::BaseOutputImageAttribute;
+using processor::BaseOutputYStrip2dAttribute;
+using processor::BaseValueAttribute;
+
+// Images of level-1 processors.
+using InImg = Attribute<"InImg", BaseInputImageAttribute>;
+using InImg1 = Attribute<"InImg1", BaseInputImageAttribute>;
+using InImg2 = Attribute<"InImg2", BaseInputImageAttribute>;
+using InImg3 = Attribute<"InImg3", BaseInputImageAttribute>;
+using InImg4 = Attribute<"InImg4", BaseInputImageAttribute>;
+using InRealImg = Attribute<"InRealImg", BaseInputImageAttribute>;
+using InXImg = Attribute<"InXImg", BaseInputImageAttribute>;
+using InYImg = Attribute<"InYImg", BaseInputImageAttribute>;
+using InRhoImg = Attribute<"InRhoImg", BaseInputImageAttribute>;
+using InThetaImg = Attribute<"InThetaImg", BaseInputImageAttribute>;
+using OutImg = Attribute<"OutImg", BaseOutputImageAttribute>;
+using OutImg1 = Attribute<"OutImg1", BaseOutputImageAttribute>;
+using OutImg2 = Attribute<"OutImg2", BaseOutputImageAttribute>;
+using OutRhoImg = Attribute<"OutRhoImg", BaseOutputImageAttribute>;
+using OutThetaImg = Attribute<"OutThetaImg", BaseOutputImageAttribute>;
+using OutXImg = Attribute<"OutXImg", BaseOutputImageAttribute>;
+using OutYImg = Attribute<"OutYImg", BaseOutputImageAttribute>;
+
+// Sub-images of level-2 processors.
+using InSubImg2d = Attribute<"InSubImg2d", BaseInputImageAttribute>;
+using InSubImg2d1 = Attribute<"InSubImg2d1", BaseInputImageAttribute>;
+using InSubImg2d2 = Attribute<"InSubImg2d2", BaseInputImageAttribute>;
+using InSubImg2d3 = Attribute<"InSubImg2d3", BaseInputImageAttribute>;
+using InSubImg2d4 = Attribute<"InSubImg2d4", BaseInputImageAttribute>;
+using InSubGpuImg = Attribute<"InSubGpuImg", BaseInputImageAttribute>;
+using InSubGpuImg1 = Attribute<"InSubGpuImg1", BaseInputImageAttribute>;
+using InSubGpuImg2 = Attribute<"InSubGpuImg2", BaseInputImageAttribute>;
+
+// Strips of level-3 processors.
+using InYStrip2d = Attribute<"InYStrip2d", BaseInputYStrip2dAttribute>;
+using InYStrip2d1 = Attribute<"InYStrip2d1", BaseInputYStrip2dAttribute>;
+using InYStrip2d2 = Attribute<"InYStrip2d2", BaseInputYStrip2dAttribute>;
+using InYStrip2d3 = Attribute<"InYStrip2d3", BaseInputYStrip2dAttribute>;
+using InYStrip2d4 = Attribute<"InYStrip2d4", BaseInputYStrip2dAttribute>;
+using OutYStrip2d = Attribute<"OutYStrip2d", BaseOutputYStrip2dAttribute>;
+using OutYStrip2d1 = Attribute<"OutYStrip2d1", BaseOutputYStrip2dAttribute>;
+using OutYStrip2d2 = Attribute<"OutYStrip2d2", BaseOutputYStrip2dAttribute>;
+
+// Values.
+using InArithmeticVal = Attribute<"InArithmeticVal", BaseValueAttribute<double>>;
+using InFactor = Attribute<"InFactor", BaseValueAttribute<double>>;
+using InOffset = Attribute<"InOffset", BaseValueAttribute<double>>;
+using InFactor1 = Attribute<"InFactor1", BaseValueAttribute<float>>;
+using InFactor2 = Attribute<"InFactor2", BaseValueAttribute<float>>;
+using InOptBlendMultiplier = Attribute<"InOptBlendMultiplier", BaseValueAttribute<float>>;
+using InOutputRange = Attribute<"InOutputRange", BaseValueAttribute<processor::Range>>;
+using InConvertImageBufferType =
+    Attribute<"InConvertImageBufferType", BaseValueAttribute<image::eImageBufferType::domain>>;
+
+}  // namespace vimra::imaproc::attr

@@ -1,0 +1,216 @@
+#include <vimra/processor/Processor.h>
+
+#include <boost/format.hpp>
+#include <tbb/task_arena.h>
+
+#include <exception>
+
+namespace vimra::processor {
+
+BaseProcessor::~BaseProcessor() = default;
+
+BoolResult BaseProcessor::init(unsigned rulePolicy) {
+    m_initialized = false;
+    m_attributes.clear();
+    m_initializers.clear();
+    m_rule.reset();
+    BoolResult r = initDerived(m_attributes, m_initializers, m_policy, m_rule, rulePolicy);
+    m_initialized = r.isSuccess();
+    return r;
+}
+
+void BaseProcessor::checkInitialized(const char* accessor) const {
+    if (!m_initialized)
+        throw VIMRABaseProcessingException(
+            (boost::format("Processor %s is not initialised: call init() before %s") % getObjectName() % accessor)
+                .str(),
+            std::string("vimra::processor::BaseProcessor::") + accessor + " (vimra/processor/Processor.h)");
+}
+
+void BaseProcessor::throwUnknownAttribute(const char* accessor, const char* name) const {
+    throw VIMRABaseProcessingException(
+        (boost::format("Processor %s has no attribute %s") % getObjectName() % name).str(),
+        std::string("vimra::processor::BaseProcessor::") + accessor + " (vimra/processor/Processor.h)");
+}
+
+std::vector<std::string> BaseProcessor::getAttributeNameColl() const {
+    std::vector<std::string> names;
+    names.reserve(m_attributes.size());
+    for (const AttributePtr& a : m_attributes) names.emplace_back(a->getName());
+    return names;
+}
+
+AttributePtr BaseProcessor::getAttribute(const std::string& name) const {
+    for (const AttributePtr& a : m_attributes)
+        if (name == a->getName()) return a;
+    return {};
+}
+
+BoolResult BaseProcessor::checkInputs() const {
+    for (const AttributePtr& a : m_attributes) {
+        if (a->isInput() && a->isMandatory() && !a->isSet())
+            return BoolResult::failure(
+                (boost::format("%s: mandatory attribute %s is not set") % getObjectName() % a->getName()).str());
+    }
+    return BoolResult::success();
+}
+
+BoolResult BaseProcessor::initializeOutputs(std::vector<AttributePtr>& created) {
+    for (const AttributePtr& a : m_attributes) {
+        if (a->isInput() || a->isSet()) continue;
+        auto it = m_initializers.find(a->getName());
+        if (it == m_initializers.end() || !it->second) continue;
+        BoolResult r = it->second->init();
+        if (!r)
+            return BoolResult::failure(
+                (boost::format("%s: output %s could not be created: %s") % getObjectName() % a->getName() %
+                 r.getMessage())
+                    .str());
+        created.push_back(a);
+    }
+    return BoolResult::success();
+}
+
+BoolResult BaseProcessor::execute(RunContext& context) {
+    if (!m_initialized)
+        return BoolResult::failure((boost::format("Processor %s is not initialised") % getObjectName()).str());
+    std::vector<AttributePtr> created;
+    BoolResult result;
+    try {
+        result = checkInputs();
+        if (result && m_rule) {
+            result = m_rule->check();
+            if (!result)
+                result = BoolResult::failure(
+                    (boost::format("%s: rule %s failed: %s") % getObjectName() % m_rule->describe() %
+                     result.getMessage())
+                        .str());
+        }
+        if (result) result = initializeOutputs(created);
+        if (result && context.isCancellationRequested())
+            result = BoolResult::failure(getObjectName() + ": processing cancelled");
+        if (result) result = runDerived(context);
+    } catch (const std::exception& e) {
+        result = BoolResult::failure(getObjectName() + ": " + e.what());
+    }
+    // Outputs this run created are dropped on failure; the caller's images are untouched.
+    if (!result)
+        for (const AttributePtr& a : created) a->clear();
+    return result;
+}
+
+ProcessingResult<bool> BaseProcessor::retrieveProvider(unsigned, ProviderPtr&) {
+    return ProcessingResult<bool>::failure(getObjectName() + " provides no processing");
+}
+
+BoolResult BaseProcessor::runDerived(RunContext& context) {
+    ProviderPtr provider;
+    ProcessingResult<bool> r = retrieveProvider(0, provider);
+    if (!r) return r.toBoolResult();
+    if (!provider) return BoolResult::failure(getObjectName() + ": no provider for the run");
+    return provider->run(context);
+}
+
+void BaseProcessor::write(core::BaseOArchive& archive) const {
+    for (const AttributePtr& a : m_attributes) a->write(archive);
+}
+
+void BaseProcessor::read(core::BaseIArchive& archive) {
+    if (!m_initialized) init(eRulePolicy::eRulesOn);
+    for (const AttributePtr& a : m_attributes) a->read(archive);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+BaseAsyncProcessor::~BaseAsyncProcessor() {
+    if (m_thread.joinable()) {
+        // The last owner may be the run's own thread, which cannot join itself.
+        if (m_thread.get_id() == std::this_thread::get_id())
+            m_thread.detach();
+        else
+            m_thread.join();
+    }
+}
+
+BoolResult BaseAsyncProcessor::runSync() {
+    RunContext context(getDispatchPolicy());
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_context = &context;
+        if (m_cancelPending) context.requestCancellation();
+        m_cancelPending = false;
+    }
+    BoolResult r;
+    const unsigned cap = getDispatchPolicy().getMaxWorkers();
+    if (cap > 0) {
+        // A capped run gets its own arena; nested dispatchers inherit it.
+        tbb::task_arena arena(static_cast<int>(cap));
+        arena.execute([&] { r = execute(context); });
+    } else {
+        r = execute(context);
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_context = nullptr;
+    return r;
+}
+
+BoolResult BaseAsyncProcessor::run(unsigned synchronisationType) {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_running) return BoolResult::failure(getObjectName() + ": a run is already in progress");
+        m_running = true;
+    }
+    if (synchronisationType != eSynchronisationType::eAsynchronous) {
+        BoolResult r = runSync();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_running = false;
+        m_lastResult = r;
+        m_done.notify_all();
+        return r;
+    }
+    if (m_thread.joinable()) m_thread.join();  // a previous, finished asynchronous run
+    auto self = boost::static_pointer_cast<BaseAsyncProcessor>(shared_from_this());
+    m_thread = std::thread([self] {
+        BoolResult r = self->runSync();
+        std::lock_guard<std::mutex> lock(self->m_mutex);
+        self->m_running = false;
+        self->m_lastResult = r;
+        self->m_done.notify_all();
+    });
+    return BoolResult::success();
+}
+
+BoolResult BaseAsyncProcessor::waitForCompletion() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_done.wait(lock, [this] { return !m_running; });
+    return m_lastResult;
+}
+
+void BaseAsyncProcessor::wait() {
+    BoolResult r = waitForCompletion();
+    if (!r) throw VIMRABaseProcessingException(r.getMessage(), "vimra::processor::BaseAsyncProcessor::wait");
+}
+
+bool BaseAsyncProcessor::isRunning() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_running;
+}
+
+void BaseAsyncProcessor::requestCancellation() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_context)
+            m_context->requestCancellation();
+        else if (m_running)
+            m_cancelPending = true;
+    }
+    requestCancellationdDerived();
+}
+
+void executeSyncRun(const boost::shared_ptr<BaseAsyncProcessor>& processor) {
+    if (!processor) throw VIMRABaseProcessingException("executeSyncRun called with a null processor");
+    BoolResult r = processor->run(eSynchronisationType::eSynchronous);
+    if (!r) throw VIMRABaseProcessingException(r.getMessage(), "vimra::processor::executeSyncRun");
+}
+
+}  // namespace vimra::processor

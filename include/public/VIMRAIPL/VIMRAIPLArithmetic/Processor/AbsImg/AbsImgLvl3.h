@@ -1,0 +1,23 @@
+#pragma once
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+
+namespace vimra::imaproc::arithm {
+
+/// Pixel-wise absolute value. The most negative 16- and 32-bit values are their
+/// own absolute value; see docs/operations.md.
+struct AbsImgOperation {
+    static constexpr const char* s_name = "AbsImg";
+    static constexpr auto s_toolTipLvl1 = eProcessorMessage::eAbsImgLvl1;
+    static constexpr auto s_toolTipLvl2 = eProcessorMessage::eAbsImgLvl2;
+    static constexpr auto s_toolTipLvl3 = eProcessorMessage::eAbsImgLvl3;
+    using Shape = shape::Img;
+    using Initializer = PromoteUnaryOutput<processor::ePromoteUnaryType::eAbs>;
+    using Rule = SizeRule;
+};
+
+struct AbsImgArithmetic;
+
+class AbsImgLvl3 final : public PixelwiseLvl3<AbsImgLvl3, AbsImgOperation, AbsImgArithmetic> {};
+
+}  // namespace vimra::imaproc::arithm

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+
+namespace vimra::imaproc::arithm {
+
+/// Pixel-wise sum of two images of equal size. Integer results wrap around in the
+/// computation type; see docs/operations.md for types and overflow behaviour.
+struct AddImgImgOperation {
+    static constexpr const char* s_name = "AddImgImg";
+    static constexpr auto s_toolTipLvl1 = eProcessorMessage::eAddImgImgLvl1;
+    static constexpr auto s_toolTipLvl2 = eProcessorMessage::eAddImgImgLvl2;
+    static constexpr auto s_toolTipLvl3 = eProcessorMessage::eAddImgImgLvl3;
+    using Shape = shape::ImgImg;
+    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>;
+    using Rule = SizeRule;
+};
+
+struct AddImgImgArithmetic;
+
+class AddImgImgLvl3 final : public PixelwiseLvl3<AddImgImgLvl3, AddImgImgOperation, AddImgImgArithmetic> {};
+
+}  // namespace vimra::imaproc::arithm

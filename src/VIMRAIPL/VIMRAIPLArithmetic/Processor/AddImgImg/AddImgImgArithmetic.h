@@ -1,0 +1,22 @@
+#pragma once
+
+#include "../../Kernel/ScalarArithmetic.h"
+
+namespace vimra::imaproc::arithm {
+
+/// a + b in the computation type, wrapping for integers.
+struct AddImgImgArithmetic {
+    template <class TC>
+    static constexpr TC apply(TC a, TC b) {
+        return kernel::wrapAdd(a, b);
+    }
+
+    /// Vector face: V is an instruction set's block of computation-type lanes;
+    /// vecAdd is found in that set's namespace.
+    template <class V>
+    static V applyVector(const V& a, const V& b) {
+        return vecAdd(a, b);
+    }
+};
+
+}  // namespace vimra::imaproc::arithm
