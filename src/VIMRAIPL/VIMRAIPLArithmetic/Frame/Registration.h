@@ -6,7 +6,12 @@
 
 #include "../Kernel/KernelTables.h"
 
+#include <VIMRAIPL/VIMRAIPLArithmetic/ProcessorLogMessages.h>
+
+#include <vimra/core/DynamicObjectFactory.h>
 #include <vimra/core/Mutexes.h>
+#include <vimra/core/Registrators.h>
+#include <vimra/processor/ProcessorFactory.h>
 
 namespace vimra::imaproc::arithm {
 
@@ -42,8 +47,10 @@ private:
 
 template <class T>
 void ClassRegistration<T>::registerWithFactories() {
-    // Object factory, message map and processor factory registration are wired
-    // once the factories exist.
+    core::DynamicObjectFactory::getInstance().registerClass(T::getTypeName(), &T::createNewObject,
+                                                            &T::createSharedObject);
+    core::MessageMapRegistrator<eProcessorMessage>::process();
+    processor::ProcessorFactory::getInstance().registerProcessor<T>();
 }
 
 }  // namespace vimra::imaproc::arithm

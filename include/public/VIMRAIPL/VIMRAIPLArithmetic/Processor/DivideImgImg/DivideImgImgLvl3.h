@@ -1,0 +1,23 @@
+#pragma once
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+
+namespace vimra::imaproc::arithm {
+
+/// Pixel-wise quotient of two images of equal size; a zero divisor gives 0. Integer quotients
+/// truncate toward zero; see docs/operations.md.
+struct DivideImgImgOperation {
+    static constexpr const char* s_name = "DivideImgImg";
+    static constexpr auto s_toolTipLvl1 = eProcessorMessage::eDivideImgImgLvl1;
+    static constexpr auto s_toolTipLvl2 = eProcessorMessage::eDivideImgImgLvl2;
+    static constexpr auto s_toolTipLvl3 = eProcessorMessage::eDivideImgImgLvl3;
+    using Shape = shape::ImgImg;
+    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eDivision>;
+    using Rule = SizeRule;
+};
+
+struct DivideImgImgArithmetic;
+
+class DivideImgImgLvl3 final : public PixelwiseLvl3<DivideImgImgLvl3, DivideImgImgOperation, DivideImgImgArithmetic> {};
+
+}  // namespace vimra::imaproc::arithm

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+
+namespace vimra::imaproc::arithm {
+
+/// Pixel-wise product of two images of equal size. Integer results wrap around in the
+/// computation type; see docs/operations.md.
+struct MultiplyImgImgOperation {
+    static constexpr const char* s_name = "MultiplyImgImg";
+    static constexpr auto s_toolTipLvl1 = eProcessorMessage::eMultiplyImgImgLvl1;
+    static constexpr auto s_toolTipLvl2 = eProcessorMessage::eMultiplyImgImgLvl2;
+    static constexpr auto s_toolTipLvl3 = eProcessorMessage::eMultiplyImgImgLvl3;
+    using Shape = shape::ImgImg;
+    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>;
+    using Rule = SizeRule;
+};
+
+struct MultiplyImgImgArithmetic;
+
+class MultiplyImgImgLvl3 final : public PixelwiseLvl3<MultiplyImgImgLvl3, MultiplyImgImgOperation, MultiplyImgImgArithmetic> {};
+
+}  // namespace vimra::imaproc::arithm

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+
+namespace vimra::imaproc::arithm {
+
+/// Pixel-wise difference of two images of equal size (first minus second). Integer results wrap around in the
+/// computation type; see docs/operations.md.
+struct SubtractImgImgOperation {
+    static constexpr const char* s_name = "SubtractImgImg";
+    static constexpr auto s_toolTipLvl1 = eProcessorMessage::eSubtractImgImgLvl1;
+    static constexpr auto s_toolTipLvl2 = eProcessorMessage::eSubtractImgImgLvl2;
+    static constexpr auto s_toolTipLvl3 = eProcessorMessage::eSubtractImgImgLvl3;
+    using Shape = shape::ImgImg;
+    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eSubtraction>;
+    using Rule = SizeRule;
+};
+
+struct SubtractImgImgArithmetic;
+
+class SubtractImgImgLvl3 final : public PixelwiseLvl3<SubtractImgImgLvl3, SubtractImgImgOperation, SubtractImgImgArithmetic> {};
+
+}  // namespace vimra::imaproc::arithm

@@ -1,0 +1,128 @@
+#!/usr/bin/env bash
+# Builds the benchmarks in release mode, measures the memory bandwidth, our
+# operations and the peers (OpenCV, NumPy, numexpr) on the same workloads, and
+# prints one comparison table. docs/performance.md describes the method.
+#
+#   scripts/bench.sh [--quick] [--update-doc] [--build-dir DIR] [--jobs N] [--filter REGEX]
+#
+#   --quick        fewer and shorter repetitions (a rough table in about a minute)
+#   --update-doc   also put the table into docs/performance.md
+#   --build-dir    release build directory (default: build/release-bench)
+#   --jobs         parallel compile jobs (default: 2)
+#   --filter       only benchmarks whose name matches (Google Benchmark regex)
+#
+# Results: <build dir>/bench-results/ holds every program's JSON output and the
+# table (performance-table.md).
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build="$root/build/release-bench"
+jobs=2
+repetitions=5
+min_time=0.2
+probe_after=1
+update_doc=0
+filter=""
+while (($#)); do
+  case "$1" in
+    --quick) repetitions=3; min_time=0.05; probe_after=0 ;;
+    --update-doc) update_doc=1 ;;
+    --build-dir) build=$(realpath -m "$2"); shift ;;
+    --jobs) jobs="$2"; shift ;;
+    --filter) filter="$2"; shift ;;
+    -h|--help) sed -n '2,16p' "$0"; exit 0 ;;
+    *) echo "bench.sh: unknown argument '$1' (see --help)" >&2; exit 2 ;;
+  esac
+  shift
+done
+
+python=/usr/bin/python3  # Debian's interpreter: it has python3-numpy and python3-numexpr
+start=$(date +%s)
+step() { printf '\n== %s (%ds)\n' "$1" $(($(date +%s) - start)); }
+
+step "dependencies (scripts/install-deps.sh --bench)"
+"$root/scripts/install-deps.sh" --bench
+
+step "release build in $build"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DPython3_EXECUTABLE="$python" -DVIMRA_BUILD_TESTS=OFF -DVIMRA_BUILD_EXAMPLES=OFF \
+  -DVIMRA_BUILD_BENCH=ON >/dev/null
+build_failed=0
+if ! ninja -C "$build" -j "$jobs" vimra_bench; then
+  # Keep going with what did build (the probe and the peers), so the table still
+  # shows the machine; the command fails at the end.
+  build_failed=1
+  echo "bench.sh: the build failed; our operations are left out of this run" >&2
+  ninja -C "$build" -j "$jobs" vimra_bench_bandwidth
+  ninja -C "$build" -j "$jobs" vimra_bench_opencv 2>/dev/null || true
+fi
+
+bin="$build/bin"
+results="$build/bench-results"
+mkdir -p "$results"
+rm -f "$results"/*.json
+read -r load1 _ < /proc/loadavg
+cores=$(nproc)
+if awk -v l="$load1" -v c="$cores" 'BEGIN { exit !(l > c / 2) }'; then
+  echo "bench.sh: load average $load1 on $cores cores: the machine is busy, figures will be noisy" >&2
+fi
+
+gb_flags=(
+  --benchmark_repetitions="$repetitions"
+  --benchmark_min_time="$min_time"
+  --benchmark_min_warmup_time=0.05
+  --benchmark_report_aggregates_only=true
+  --benchmark_enable_random_interleaving=true
+  --benchmark_out_format=json
+)
+filter_flag=()
+if [[ -n "$filter" ]]; then filter_flag=(--benchmark_filter="$filter"); fi
+
+step "bandwidth probe"
+"$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_out="$results/probe.json"
+
+# The Python peers run the workloads these programs list (OpenCV's first: it has
+# every row of the workload table, while ours lists only operations already built).
+listings=()
+if ((!build_failed)) && [[ -x "$bin/vimra_bench_arithmetic" ]]; then
+  step "our operations"
+  "$bin/vimra_bench_arithmetic" "${gb_flags[@]}" "${filter_flag[@]}" \
+    --benchmark_out="$results/ours.json"
+  listings+=("$bin/vimra_bench_arithmetic")
+else
+  echo "bench.sh: our operations are not measured (vimra_bench_arithmetic not built)" >&2
+fi
+
+if [[ -x "$bin/vimra_bench_opencv" ]]; then
+  step "OpenCV peer"
+  "$bin/vimra_bench_opencv" "${gb_flags[@]}" "${filter_flag[@]}" \
+    --benchmark_out="$results/opencv.json"
+  listings=("$bin/vimra_bench_opencv" "${listings[@]}")
+else
+  echo "bench.sh: vimra_bench_opencv was not built (OpenCV not found)" >&2
+fi
+
+if ((${#listings[@]})); then
+  step "NumPy and numexpr peers"
+  for program in "${listings[@]}"; do
+    "$program" --benchmark_list_tests "${filter_flag[@]}"
+  done > "$results/workloads.txt"
+  "$python" "$root/bench/peers/python_peers.py" --workloads "$results/workloads.txt" \
+    --out "$results/python.json" --repetitions "$repetitions" --min-time "$min_time"
+fi
+
+if ((probe_after)); then
+  step "bandwidth probe again (drift check)"
+  "$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_repetitions=3 \
+    --benchmark_out="$results/probe-after.json"
+fi
+
+step "table"
+report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
+  --ours "$results/ours.json" --opencv "$results/opencv.json" --python "$results/python.json"
+  --probe-after "$results/probe-after.json" --order "$results/workloads.txt" --out "$results/performance-table.md"
+  --note "Command: scripts/bench.sh $([[ $repetitions == 5 ]] && echo "(default: 5 repetitions of at least ${min_time} s each, medians)" || echo "--quick ($repetitions repetitions of at least ${min_time} s, medians)")")
+if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
+"${report[@]}"
+echo "Table written to $results/performance-table.md (total $(($(date +%s) - start)) s)"
+exit "$build_failed"
