@@ -3,7 +3,8 @@
 #include <boost/format.hpp>
 #include <boost/make_shared.hpp>
 
-#include <cmath>
+#include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -12,48 +13,43 @@ namespace vimra::image {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& message) { throw ImageException(message, "vimra::image"); }
+[[noreturn]] void fail(const std::string& message) {
+    throw ImageException(message, "vimra::image");
+}
 
 // a * b, or false when the product does not fit 64 bits.
 bool mulChecked(std::uint64_t a, std::uint64_t b, std::uint64_t& out) {
     return !__builtin_mul_overflow(a, b, &out);
 }
 
-template <class T>
-T convertClamped(double v) {
-    if constexpr (std::is_floating_point_v<T>) {
-        return static_cast<T>(v);
-    } else {
-        if (std::isnan(v)) return T{0};
-        if (v <= static_cast<double>(std::numeric_limits<T>::lowest())) return std::numeric_limits<T>::lowest();
-        if (v >= static_cast<double>(std::numeric_limits<T>::max())) return std::numeric_limits<T>::max();
-        return static_cast<T>(v);
-    }
-}
-
 }  // namespace
 
 void checkDescription(const ImageDescription& d) {
     if (!isValidBufferType(d.bufferType))
-        fail((boost::format("Invalid image buffer type %d") % static_cast<int>(d.bufferType)).str());
+        fail(
+            (boost::format("Invalid image buffer type %d") % static_cast<int>(d.bufferType)).str());
     const std::uint64_t z = d.volume.getSizeZ(), c = d.color.getSizeC(), t = d.temporal.getSizeT();
     if (d.sizeX == 0 || d.sizeY == 0 || z == 0 || c == 0 || t == 0)
-        fail((boost::format("Invalid image size %dx%d z=%d c=%d t=%d: every dimension must be at least 1") %
+        fail((boost::format(
+                  "Invalid image size %dx%d z=%d c=%d t=%d: every dimension must be at least 1") %
               d.sizeX % d.sizeY % z % c % t)
                  .str());
-    if (d.volume.getType() == eVolumeGeometryType::e2d && z != 1) fail("A 2d image must have exactly one plane");
-    if (d.color.getType() == eColorGeometryType::eGrey && c != 1) fail("A grey image must have exactly one channel");
+    if (d.volume.getType() == eVolumeGeometryType::e2d && z != 1)
+        fail("A 2d image must have exactly one plane");
+    if (d.color.getType() == eColorGeometryType::eGrey && c != 1)
+        fail("A grey image must have exactly one channel");
     if (d.temporal.getType() == eTemporalGeometryType::eSingle && t != 1)
         fail("A single image must have exactly one time step");
 
     std::uint64_t plane = 0, planes = 0, elements = 0, bytes = 0;
-    const bool ok = mulChecked(d.sizeX, d.sizeY, plane) && plane <= std::numeric_limits<std::uint64_t>::max() - 64 &&
+    const bool ok = mulChecked(d.sizeX, d.sizeY, plane) &&
+                    plane <= std::numeric_limits<std::uint64_t>::max() - 64 &&
                     mulChecked(z, c, planes) && mulChecked(planes, t, planes) &&
                     mulChecked(roundUpToPadding(plane), planes, elements) &&
                     mulChecked(elements, getImageBufferBaseSize(d.bufferType), bytes);
     if (!ok || bytes > s_maxImageBytes)
-        fail((boost::format("Image size %dx%d z=%d c=%d t=%d of %s exceeds the limit of %d bytes") % d.sizeX %
-              d.sizeY % z % c % t % bufferTypeName(d.bufferType) % s_maxImageBytes)
+        fail((boost::format("Image size %dx%d z=%d c=%d t=%d of %s exceeds the limit of %d bytes") %
+              d.sizeX % d.sizeY % z % c % t % bufferTypeName(d.bufferType) % s_maxImageBytes)
                  .str());
 }
 
@@ -69,16 +65,20 @@ BaseImage::~BaseImage() = default;
 std::byte* BaseImage::planeAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
     if (isGpuImage()) fail("The pixels of a GPU image are not accessible from the host");
     if (z >= getSizeZ() || c >= getSizeC() || t >= getSizeT())
-        fail((boost::format("Plane (z=%d, c=%d, t=%d) is outside the image %s") % z % c % t % m_desc.toString())
+        fail((boost::format("Plane (z=%d, c=%d, t=%d) is outside the image %s") % z % c % t %
+              m_desc.toString())
                  .str());
-    const std::uint64_t offset = z * m_layout.planeStride + c * m_layout.strideC + t * m_layout.strideT;
+    const std::uint64_t offset =
+        z * m_layout.planeStride + c * m_layout.strideC + t * m_layout.strideT;
     return m_origin + offset * m_elementSize;
 }
 
 const void* BaseImage::planeData(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
     return planeAddress(z, c, t);
 }
-void* BaseImage::planeData(std::uint64_t z, std::uint64_t c, std::uint64_t t) { return planeAddress(z, c, t); }
+void* BaseImage::planeData(std::uint64_t z, std::uint64_t c, std::uint64_t t) {
+    return planeAddress(z, c, t);
+}
 
 void BaseImage::checkElementType(eImageBufferType::domain requested) const {
     if (elementIndex(requested) != elementIndex(m_desc.bufferType))
@@ -89,7 +89,8 @@ void BaseImage::checkElementType(eImageBufferType::domain requested) const {
 
 void BaseImage::checkXY(std::uint64_t x, std::uint64_t y) const {
     if (x >= getSizeX() || y >= getSizeY())
-        fail((boost::format("Pixel (%d, %d) is outside the image %s") % x % y % m_desc.toString()).str());
+        fail((boost::format("Pixel (%d, %d) is outside the image %s") % x % y % m_desc.toString())
+                 .str());
 }
 
 double BaseImage::getValue(std::uint64_t x, std::uint64_t y, std::uint64_t z, std::uint64_t c,
@@ -103,8 +104,8 @@ double BaseImage::getValue(std::uint64_t x, std::uint64_t y, std::uint64_t z, st
     });
 }
 
-void BaseImage::setValue(double value, std::uint64_t x, std::uint64_t y, std::uint64_t z, std::uint64_t c,
-                         std::uint64_t t) {
+void BaseImage::setValue(double value, std::uint64_t x, std::uint64_t y, std::uint64_t z,
+                         std::uint64_t c, std::uint64_t t) {
     checkXY(x, y);
     std::byte* p = planeAddress(z, c, t) + (y * getSizeX() + x) * m_elementSize;
     visitElementType(m_desc.bufferType, [p, value]<class T>() {
@@ -129,11 +130,37 @@ void BaseImage::fill(double value) {
 
 namespace {
 
-struct AlignedDeleter {
-    void operator()(std::byte* p) const { ::operator delete[](p, std::align_val_t{64}); }
+std::atomic<std::uint64_t> g_liveStorageBytes{0};
+
+// Frees storage obtained by allocateStorage and keeps the live-bytes count.
+struct StorageDeleter {
+    void* block;
+    std::uint64_t bytes;
+    void operator()(std::byte*) const {
+        std::free(block);
+        g_liveStorageBytes.fetch_sub(bytes, std::memory_order_relaxed);
+    }
 };
 
+// `bytes` of storage starting on a 64-byte boundary. Zeroed storage comes from
+// calloc, which hands large blocks over as fresh zero pages without touching
+// them: creating a big zero image costs no pass over memory.
+boost::shared_ptr<std::byte> allocateStorage(std::uint64_t bytes, bool zero) {
+    const std::size_t request = static_cast<std::size_t>(bytes) + 63;
+    void* block = zero ? std::calloc(request, 1) : std::malloc(request);
+    if (block == nullptr)
+        fail((boost::format("Cannot allocate %d bytes for an image") % bytes).str());
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    auto* aligned = reinterpret_cast<std::byte*>((address + 63) & ~std::uintptr_t{63});
+    g_liveStorageBytes.fetch_add(bytes, std::memory_order_relaxed);
+    return boost::shared_ptr<std::byte>(aligned, StorageDeleter{block, bytes});
+}
+
 }  // namespace
+
+std::uint64_t getLiveImageStorageBytes() {
+    return g_liveStorageBytes.load(std::memory_order_relaxed);
+}
 
 Image::Image(const ImageDescription& desc, std::byte* origin, const PlaneLayout& layout,
              boost::shared_ptr<void> owner)
@@ -142,21 +169,19 @@ Image::Image(const ImageDescription& desc, std::byte* origin, const PlaneLayout&
 Image::~Image() = default;
 
 ImagePtr Image::create(const ImageDescription& desc, eInit init) {
-    checkDescription(desc);
+    checkDescription(desc);  // sizes are known not to overflow from here on
     const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
     const std::uint64_t stride = roundUpToPadding(planeSize);
     const std::uint64_t planes = desc.planeCount();
     const std::size_t elementSize = getImageBufferBaseSize(desc.bufferType);
-    const std::size_t bytes = stride * planes * elementSize;
+    const std::uint64_t bytes = stride * planes * elementSize;
 
-    boost::shared_ptr<std::byte> storage(static_cast<std::byte*>(::operator new[](bytes, std::align_val_t{64})),
-                                         AlignedDeleter{});
-    if (init == eInit::eZero) {
-        std::memset(storage.get(), 0, bytes);
-    } else {
+    boost::shared_ptr<std::byte> storage = allocateStorage(bytes, init == eInit::eZero);
+    if (init == eInit::eUninitialized && stride != planeSize) {
         // The padding is always defined, so vector kernels read known values past a plane.
         for (std::uint64_t p = 0; p < planes; ++p)
-            std::memset(storage.get() + (p * stride + planeSize) * elementSize, 0, (stride - planeSize) * elementSize);
+            std::memset(storage.get() + (p * stride + planeSize) * elementSize, 0,
+                        (stride - planeSize) * elementSize);
     }
     const PlaneLayout layout{stride, stride * desc.volume.getSizeZ(),
                              stride * desc.volume.getSizeZ() * desc.color.getSizeC()};
@@ -168,24 +193,44 @@ ImagePtr Image::create2d(eImageBufferType::domain type, std::uint64_t x, std::ui
     return create(ImageDescription::make2d(type, x, y));
 }
 
-ImagePtr Image::create3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y, std::uint64_t z) {
+ImagePtr Image::create3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y,
+                         std::uint64_t z) {
     return create(ImageDescription::make3d(type, x, y, z));
+}
+
+ImagePtr Image::clone(const BaseImage& source) {
+    ImagePtr copy = create(source.getDescription(), eInit::eUninitialized);
+    const std::size_t planeBytes = source.getPlaneSize() * source.getElementSize();
+    for (std::uint64_t t = 0; t < source.getSizeT(); ++t)
+        for (std::uint64_t c = 0; c < source.getSizeC(); ++c)
+            for (std::uint64_t z = 0; z < source.getSizeZ(); ++z)
+                std::memcpy(copy->planeData(z, c, t), source.planeData(z, c, t), planeBytes);
+    return copy;
 }
 
 ImagePtr Image::wrap(const ImageDescription& desc, void* data, std::uint64_t planeStride,
                      boost::shared_ptr<void> owner) {
     checkDescription(desc);
     if (data == nullptr) fail("Cannot wrap a null buffer");
+    const std::size_t elementSize = getImageBufferBaseSize(desc.bufferType);
+    if (reinterpret_cast<std::uintptr_t>(data) % elementSize != 0)
+        fail((boost::format(
+                  "Cannot wrap a buffer at %p: it is not aligned for %s elements (%d bytes)") %
+              data % bufferTypeName(desc.bufferType) % elementSize)
+                 .str());
     const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
     if (planeStride % s_vectorPadding != 0 || planeStride < roundUpToPadding(planeSize))
-        fail((boost::format("Plane stride %d is too small or not a multiple of %d for planes of %d elements; "
-                            "vector kernels need at least %d") %
+        fail((boost::format(
+                  "Plane stride %d is too small or not a multiple of %d for planes of %d elements; "
+                  "vector kernels need at least %d") %
               planeStride % s_vectorPadding % planeSize % roundUpToPadding(planeSize))
                  .str());
     std::uint64_t total = 0;
     if (!mulChecked(planeStride, desc.planeCount(), total) ||
-        !mulChecked(total, getImageBufferBaseSize(desc.bufferType), total) || total > s_maxImageBytes)
-        fail("Wrapped image exceeds the size limit");
+        !mulChecked(total, elementSize, total) || total > s_maxImageBytes)
+        fail((boost::format("Wrapped image %s with plane stride %d exceeds the limit of %d bytes") %
+              desc.toString() % planeStride % s_maxImageBytes)
+                 .str());
     const PlaneLayout layout{planeStride, planeStride * desc.volume.getSizeZ(),
                              planeStride * desc.volume.getSizeZ() * desc.color.getSizeC()};
     return ImagePtr(new Image(desc, static_cast<std::byte*>(data), layout, std::move(owner)));
@@ -201,30 +246,64 @@ ImageDescription viewDescription(const BaseImage& parent, const ImageView::Box& 
                         b.sizeC <= parent.getSizeC() - b.c0 && b.t0 < parent.getSizeT() &&
                         b.sizeT <= parent.getSizeT() - b.t0;
     if (!inside)
-        fail((boost::format("View z=%d+%d c=%d+%d t=%d+%d does not fit in image %s") % b.z0 % b.sizeZ % b.c0 %
-              b.sizeC % b.t0 % b.sizeT % parent.getDescription().toString())
+        fail((boost::format("View z=%d+%d c=%d+%d t=%d+%d does not fit in image %s") % b.z0 %
+              b.sizeZ % b.c0 % b.sizeC % b.t0 % b.sizeT % parent.getDescription().toString())
                  .str());
     ImageDescription d = parent.getDescription();
-    d.volume = b.sizeZ == 1 ? VolumeGeometry::make2d() : VolumeGeometry::make3d(b.sizeZ);
-    d.color = b.sizeC == 1 ? ColorGeometry::grey() : ColorGeometry::multiChannel(b.sizeC);
-    d.temporal = b.sizeT == 1 ? TemporalGeometry::single() : TemporalGeometry::sequence(b.sizeT);
+    const bool allZ = b.sizeZ == parent.getSizeZ(), allC = b.sizeC == parent.getSizeC(),
+               allT = b.sizeT == parent.getSizeT();
+    if (!(b.keepVolumeType && allZ))
+        d.volume = b.sizeZ == 1 ? VolumeGeometry::make2d() : VolumeGeometry::make3d(b.sizeZ);
+    if (!(b.keepColorType && allC))
+        d.color = b.sizeC == 1 ? ColorGeometry::grey() : ColorGeometry::multiChannel(b.sizeC);
+    if (!(b.keepTemporalType && allT))
+        d.temporal =
+            b.sizeT == 1 ? TemporalGeometry::single() : TemporalGeometry::sequence(b.sizeT);
     return d;
 }
 
 }  // namespace
 
-ImageView::ImageView(const BaseImage& parent, const Box& box, boost::shared_ptr<const BaseImage> keepAlive)
-    : BaseImage(viewDescription(parent, box), parent.planeAddress(box.z0, box.c0, box.t0), parent.layout()),
+ImageView::Box ImageView::Box::plane2d(std::uint64_t z, std::uint64_t c, std::uint64_t t) {
+    return Box{z, 1, c, 1, t, 1};
+}
+ImageView::Box ImageView::Box::color2d(const BaseImage& parent, std::uint64_t z, std::uint64_t t) {
+    Box b{z, 1, 0, parent.getSizeC(), t, 1};
+    b.keepColorType = true;
+    return b;
+}
+ImageView::Box ImageView::Box::sequence2d(const BaseImage& parent, std::uint64_t z,
+                                          std::uint64_t c) {
+    Box b{z, 1, c, 1, 0, parent.getSizeT()};
+    b.keepTemporalType = true;
+    return b;
+}
+ImageView::Box ImageView::Box::volume3d(const BaseImage& parent, std::uint64_t c, std::uint64_t t) {
+    Box b{0, parent.getSizeZ(), c, 1, t, 1};
+    b.keepVolumeType = true;
+    return b;
+}
+ImageView::Box ImageView::Box::color3d(const BaseImage& parent, std::uint64_t t) {
+    Box b{0, parent.getSizeZ(), 0, parent.getSizeC(), t, 1};
+    b.keepVolumeType = b.keepColorType = true;
+    return b;
+}
+
+ImageView::ImageView(const BaseImage& parent, const ImageDescription& desc, const Box& box,
+                     boost::shared_ptr<const BaseImage> keepAlive)
+    : BaseImage(desc, parent.planeAddress(box.z0, box.c0, box.t0), parent.layout()),
       m_parent(std::move(keepAlive)) {}
 
 ConstImagePtr ImageView::create(const ConstImagePtr& parent, const Box& box) {
     if (!parent) fail("Cannot make a view of a null image");
-    return ConstImagePtr(new ImageView(*parent, box, parent));
+    const ImageDescription desc = viewDescription(*parent, box);
+    return ConstImagePtr(new ImageView(*parent, desc, box, parent));
 }
 
 ImagePtr ImageView::create(const ImagePtr& parent, const Box& box) {
     if (!parent) fail("Cannot make a view of a null image");
-    return ImagePtr(new ImageView(*parent, box, parent));
+    const ImageDescription desc = viewDescription(*parent, box);
+    return ImagePtr(new ImageView(*parent, desc, box, parent));
 }
 
 }  // namespace vimra::image

@@ -9,8 +9,9 @@ std::size_t getImageBufferBaseSize(eImageBufferType::domain type) {
 }
 
 const char* bufferTypeName(eImageBufferType::domain type) {
-    static constexpr const char* names[] = {"invalid", "int8",   "uint8",   "int16",   "uint16", "int32",
-                                            "uint32",  "float", "binary", "label16", "label32", "label8"};
+    static constexpr const char* names[] = {"invalid", "int8",    "uint8",   "int16",
+                                            "uint16",  "int32",   "uint32",  "float",
+                                            "binary",  "label16", "label32", "label8"};
     return isValidBufferType(type) ? names[type] : names[0];
 }
 

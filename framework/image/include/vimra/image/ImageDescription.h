@@ -17,7 +17,9 @@ struct ImageDescription {
     ColorGeometry color;
     TemporalGeometry temporal;
 
-    std::uint64_t planeCount() const { return volume.getSizeZ() * color.getSizeC() * temporal.getSizeT(); }
+    std::uint64_t planeCount() const {
+        return volume.getSizeZ() * color.getSizeC() * temporal.getSizeT();
+    }
     bool sameSize(const ImageDescription& other) const;
     bool operator==(const ImageDescription&) const = default;
 
@@ -25,7 +27,13 @@ struct ImageDescription {
     std::string toString() const;
 
     static ImageDescription make2d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y);
-    static ImageDescription make3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y, std::uint64_t z);
+    static ImageDescription make3d(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y,
+                                   std::uint64_t z);
+    /// Any geometry: e.g. make(eFloat, 64, 64, VolumeGeometry::make3d(8),
+    /// ColorGeometry::multiChannel(3), TemporalGeometry::sequence(10)).
+    static ImageDescription make(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y,
+                                 const VolumeGeometry& volume, const ColorGeometry& color = {},
+                                 const TemporalGeometry& temporal = {});
 };
 
 }  // namespace vimra::image
