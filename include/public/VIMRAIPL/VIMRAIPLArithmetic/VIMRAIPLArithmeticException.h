@@ -7,7 +7,7 @@ namespace vimra::imaproc::arithm {
 /// The library's own exception type. Its message is a formatted message of one of
 /// the library's message enumerations; what() is the framework's.
 class VIMRAIPLArithmeticException : public core::BaseException {
-public:
+  public:
     using core::BaseException::BaseException;
 };
 

@@ -58,6 +58,15 @@ public:
     double readDouble(const std::string& name);
     bool readBool(const std::string& name);
     std::string readString(const std::string& name);
+    /// The item when the current section has it, `fallback` otherwise (items
+    /// written once per archive, such as class versions).
+    std::uint64_t readUnsignedOr(const std::string& name, std::uint64_t fallback);
+    bool hasItem(const std::string& name) const;
+
+    /// Class versions seen so far while reading (written once per class).
+    bool hasClassVersion(const std::string& className) const;
+    std::uint64_t getClassVersion(const std::string& className) const;
+    void registerClassVersion(const std::string& className, std::uint64_t version);
 
 private:
     struct Impl;

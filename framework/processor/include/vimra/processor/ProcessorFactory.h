@@ -14,7 +14,7 @@ class BaseProcessor;
 /// Creates processors by fully qualified type name. Classes register at library
 /// load (ProcessorRegistrator); creation may then happen from any thread.
 class ProcessorFactory {
-public:
+  public:
     using CreatorFcn = boost::shared_ptr<BaseProcessor> (*)();
 
     static ProcessorFactory& getInstance();
@@ -41,7 +41,7 @@ public:
     /// Every registered type name, sorted.
     std::vector<std::string> registeredTypeNames() const;
 
-private:
+  private:
     ProcessorFactory() = default;
 
     mutable std::shared_mutex m_mutex;
