@@ -75,12 +75,14 @@ public:
     void read(core::BaseIArchive& archive) override {
         Base::read(archive);
         archive.beginSection(getClassName());
-        std::uint64_t version = getVersion();
+        // "version" is written once per class and archive; later objects of the
+        // class find it in the archive's registry.
+        std::uint64_t version = 0;
         if (archive.hasItem("version")) {
             version = archive.readUnsigned("version");
             archive.registerClassVersion(getClassName(), version);
-        } else if (archive.hasClassVersion(getClassName())) {
-            version = archive.getClassVersion(getClassName());
+        } else {
+            version = archive.getClassVersion(getClassName());  // throws when never recorded
         }
         archive.endSection();
         if (version > getVersion()) throwNewerClassVersion(getClassName(), version, getVersion());

@@ -1,0 +1,208 @@
+#pragma once
+
+// AVX-512 layer of the vector kernels (F, BW, VL, DQ): the only place that knows
+// AVX-512 instructions. Included only by files compiled for AVX-512; everything
+// lives in vimra::simd::avx512.
+//
+// Registers are 512 bits; a kernel step is 64 elements whatever the type. The
+// 512-bit packs work per 128-bit quarter, so every saturating narrowing reorders
+// the 64-bit eighths afterwards to restore memory order.
+//
+// Test builds may define VIMRA_SIMD_AVX512_NS to compile this layer a second time
+// under another namespace (against a portable implementation of the intrinsics).
+
+#include "LaneTags.h"
+
+#ifndef VIMRA_SIMD_AVX512_NS
+// g++ 12 reports its own _mm512_undefined_* placeholders (in avx512fintrin.h) as
+// uninitialised wherever they are inlined. The warnings carry the header's
+// location, so silencing them around the include leaves this project's code checked.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#define VIMRA_SIMD_AVX512_NS avx512
+#endif
+
+namespace vimra::simd::VIMRA_SIMD_AVX512_NS {
+
+using Reg = __m512i;
+using RegF = __m512;
+inline constexpr int kRegBytes = 64;
+inline constexpr int kStep = 64;
+
+// ---- memory ------------------------------------------------------------------------------
+
+inline Reg loadInt(const void* p) {
+    return _mm512_loadu_si512(p);
+}
+inline void storeInt(void* p, Reg v) {
+    _mm512_storeu_si512(p, v);
+}
+inline RegF loadFloat(const float* p) {
+    return _mm512_loadu_ps(p);
+}
+inline void storeFloat(float* p, RegF v) {
+    _mm512_storeu_ps(p, v);
+}
+
+// ---- wrap-around integer arithmetic -------------------------------------------------------
+
+inline Reg add(Int8, Reg a, Reg b) {
+    return _mm512_add_epi8(a, b);
+}
+inline Reg add(Int16, Reg a, Reg b) {
+    return _mm512_add_epi16(a, b);
+}
+inline Reg add(Int32, Reg a, Reg b) {
+    return _mm512_add_epi32(a, b);
+}
+inline Reg subtract(Int8, Reg a, Reg b) {
+    return _mm512_sub_epi8(a, b);
+}
+inline Reg subtract(Int16, Reg a, Reg b) {
+    return _mm512_sub_epi16(a, b);
+}
+inline Reg subtract(Int32, Reg a, Reg b) {
+    return _mm512_sub_epi32(a, b);
+}
+
+/// Low 8 bits of each byte product: even bytes multiplied in place, odd bytes
+/// shifted down, multiplied and shifted back.
+inline Reg multiply(Int8, Reg a, Reg b) {
+    const Reg even = _mm512_mullo_epi16(a, b);
+    const Reg odd = _mm512_mullo_epi16(_mm512_srli_epi16(a, 8), _mm512_srli_epi16(b, 8));
+    return _mm512_or_si512(_mm512_and_si512(even, _mm512_set1_epi16(0x00ff)),
+                           _mm512_slli_epi16(odd, 8));
+}
+inline Reg multiply(Int16, Reg a, Reg b) {
+    return _mm512_mullo_epi16(a, b);
+}
+inline Reg multiply(Int32, Reg a, Reg b) {
+    return _mm512_mullo_epi32(a, b);
+}
+
+/// |x| with the most negative value staying itself, as max(x, 0 - x).
+inline Reg absolute(S16, Reg x) {
+    return _mm512_abs_epi16(x);
+}
+inline Reg absolute(S32, Reg x) {
+    return _mm512_abs_epi32(x);
+}
+
+// ---- float arithmetic ---------------------------------------------------------------------
+
+inline RegF add(F32, RegF a, RegF b) {
+    return _mm512_add_ps(a, b);
+}
+inline RegF subtract(F32, RegF a, RegF b) {
+    return _mm512_sub_ps(a, b);
+}
+inline RegF multiply(F32, RegF a, RegF b) {
+    return _mm512_mul_ps(a, b);
+}
+inline RegF divide(F32, RegF a, RegF b) {
+    return _mm512_div_ps(a, b);
+}
+inline RegF clearSign(F32, RegF x) {
+    return _mm512_castsi512_ps(
+        _mm512_and_si512(_mm512_castps_si512(x), _mm512_set1_epi32(0x7fffffff)));
+}
+/// q where d compares unequal to zero, +0 where d is +0 or -0 (a NaN d keeps q).
+inline RegF zeroWhereZero(F32, RegF q, RegF d) {
+    return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(d, _mm512_setzero_ps(), _CMP_NEQ_UQ), q);
+}
+
+// ---- widening, in memory order ------------------------------------------------------------
+
+inline __m256i lowHalf(Reg x) {
+    return _mm512_castsi512_si256(x);
+}
+inline __m256i highHalf(Reg x) {
+    return _mm512_extracti64x4_epi64(x, 1);
+}
+
+inline Reg extendLow(S8, Reg x) {
+    return _mm512_cvtepi8_epi16(lowHalf(x));
+}
+inline Reg extendHigh(S8, Reg x) {
+    return _mm512_cvtepi8_epi16(highHalf(x));
+}
+inline Reg extendLow(U8, Reg x) {
+    return _mm512_cvtepu8_epi16(lowHalf(x));
+}
+inline Reg extendHigh(U8, Reg x) {
+    return _mm512_cvtepu8_epi16(highHalf(x));
+}
+inline Reg extendLow(S16, Reg x) {
+    return _mm512_cvtepi16_epi32(lowHalf(x));
+}
+inline Reg extendHigh(S16, Reg x) {
+    return _mm512_cvtepi16_epi32(highHalf(x));
+}
+inline Reg extendLow(U16, Reg x) {
+    return _mm512_cvtepu16_epi32(lowHalf(x));
+}
+inline Reg extendHigh(U16, Reg x) {
+    return _mm512_cvtepu16_epi32(highHalf(x));
+}
+
+// ---- int <-> float ------------------------------------------------------------------------
+
+inline RegF toFloat(S32, Reg x) {
+    return _mm512_cvtepi32_ps(x);
+}
+inline RegF toFloat(U32, Reg x) {
+    return _mm512_cvtepu32_ps(x);
+}
+/// Truncation toward zero; out of range or NaN gives -2147483648.
+inline Reg truncate(F32, RegF x) {
+    return _mm512_cvttps_epi32(x);
+}
+
+/// Float to unsigned 32-bit (two-input kernels) on AVX-512: the processor's
+/// unsigned truncation, where every value whose truncation is outside
+/// [0, 4294967295] (negative values from -1 down included) and NaN give
+/// 4294967295. SSE2 and AVX2 give 0 for negative values and NaN instead.
+inline Reg truncateToUInt32(F32, RegF x) {
+    return _mm512_cvttps_epu32(x);
+}
+
+// ---- narrowing: two registers to one, in memory order -------------------------------------
+
+/// Eighths (lo0 hi0 lo1 hi1 lo2 hi2 lo3 hi3) of a per-quarter pack back to memory order.
+inline Reg inOrder(Reg packed) {
+    return _mm512_permutexvar_epi64(_mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0), packed);
+}
+inline Reg join(__m256i lo, __m256i hi) {
+    return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1);
+}
+
+/// 32-bit lanes read as signed, saturated to [-32768, 32767].
+inline Reg saturateToInt16(Int32, Reg lo, Reg hi) {
+    return inOrder(_mm512_packs_epi32(lo, hi));
+}
+/// Low 16 bits of each 32-bit lane.
+inline Reg wrapToInt16(Int32, Reg lo, Reg hi) {
+    return join(_mm512_cvtepi32_epi16(lo), _mm512_cvtepi32_epi16(hi));
+}
+/// 32-bit to unsigned 16-bit on AVX-512: lanes read as signed, saturated to
+/// [0, 65535], as on AVX2 (SSE2 keeps the low 16 bits instead).
+inline Reg narrowToUInt16(Int32, Reg lo, Reg hi) {
+    return inOrder(_mm512_packus_epi32(lo, hi));
+}
+/// 16-bit lanes read as signed, saturated to [-128, 127].
+inline Reg saturateToInt8(Int16, Reg lo, Reg hi) {
+    return inOrder(_mm512_packs_epi16(lo, hi));
+}
+/// 16-bit lanes read as signed, saturated to [0, 255].
+inline Reg saturateToUInt8(Int16, Reg lo, Reg hi) {
+    return inOrder(_mm512_packus_epi16(lo, hi));
+}
+/// Low 8 bits of each 16-bit lane.
+inline Reg wrapToInt8(Int16, Reg lo, Reg hi) {
+    return join(_mm512_cvtepi16_epi8(lo), _mm512_cvtepi16_epi8(hi));
+}
+
+}  // namespace vimra::simd::VIMRA_SIMD_AVX512_NS

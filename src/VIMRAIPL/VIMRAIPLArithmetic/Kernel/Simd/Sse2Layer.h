@@ -1,0 +1,190 @@
+#pragma once
+
+// SSE2 layer of the vector kernels: the only place that knows SSE2 instructions.
+// Included only by files compiled for SSE2; everything lives in vimra::simd::sse2.
+//
+// Registers are 128 bits; a kernel step is 16 elements whatever the type.
+// Multi-register narrowing keeps memory order (the 128-bit packs already do).
+
+#include "LaneTags.h"
+
+#include <emmintrin.h>
+
+namespace vimra::simd::sse2 {
+
+using Reg = __m128i;
+using RegF = __m128;
+inline constexpr int kRegBytes = 16;
+inline constexpr int kStep = 16;
+
+// ---- memory ------------------------------------------------------------------------------
+
+inline Reg loadInt(const void* p) {
+    return _mm_loadu_si128(static_cast<const Reg*>(p));
+}
+inline void storeInt(void* p, Reg v) {
+    _mm_storeu_si128(static_cast<Reg*>(p), v);
+}
+inline RegF loadFloat(const float* p) {
+    return _mm_loadu_ps(p);
+}
+inline void storeFloat(float* p, RegF v) {
+    _mm_storeu_ps(p, v);
+}
+
+// ---- wrap-around integer arithmetic -------------------------------------------------------
+
+inline Reg add(Int8, Reg a, Reg b) {
+    return _mm_add_epi8(a, b);
+}
+inline Reg add(Int16, Reg a, Reg b) {
+    return _mm_add_epi16(a, b);
+}
+inline Reg add(Int32, Reg a, Reg b) {
+    return _mm_add_epi32(a, b);
+}
+inline Reg subtract(Int8, Reg a, Reg b) {
+    return _mm_sub_epi8(a, b);
+}
+inline Reg subtract(Int16, Reg a, Reg b) {
+    return _mm_sub_epi16(a, b);
+}
+inline Reg subtract(Int32, Reg a, Reg b) {
+    return _mm_sub_epi32(a, b);
+}
+
+/// Low 8 bits of each byte product: even bytes multiplied in place, odd bytes
+/// shifted down, multiplied and shifted back.
+inline Reg multiply(Int8, Reg a, Reg b) {
+    const Reg even = _mm_mullo_epi16(a, b);
+    const Reg odd = _mm_mullo_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8));
+    return _mm_or_si128(_mm_and_si128(even, _mm_set1_epi16(0x00ff)), _mm_slli_epi16(odd, 8));
+}
+inline Reg multiply(Int16, Reg a, Reg b) {
+    return _mm_mullo_epi16(a, b);
+}
+/// Low 32 bits of each product, from the 64-bit products of the even and odd lanes.
+inline Reg multiply(Int32, Reg a, Reg b) {
+    const Reg even = _mm_mul_epu32(a, b);
+    const Reg odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
+    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+                              _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+}
+
+/// max(x, 0 - x): the most negative value stays itself.
+inline Reg absolute(S16, Reg x) {
+    return _mm_max_epi16(x, _mm_sub_epi16(_mm_setzero_si128(), x));
+}
+/// (x ^ s) - s with s the sign mask, the same result as max(x, 0 - x).
+inline Reg absolute(S32, Reg x) {
+    const Reg s = _mm_srai_epi32(x, 31);
+    return _mm_sub_epi32(_mm_xor_si128(x, s), s);
+}
+
+// ---- float arithmetic ---------------------------------------------------------------------
+
+inline RegF add(F32, RegF a, RegF b) {
+    return _mm_add_ps(a, b);
+}
+inline RegF subtract(F32, RegF a, RegF b) {
+    return _mm_sub_ps(a, b);
+}
+inline RegF multiply(F32, RegF a, RegF b) {
+    return _mm_mul_ps(a, b);
+}
+inline RegF divide(F32, RegF a, RegF b) {
+    return _mm_div_ps(a, b);
+}
+inline RegF clearSign(F32, RegF x) {
+    return _mm_and_ps(x, _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff)));
+}
+/// q where d compares unequal to zero, +0 where d is +0 or -0 (a NaN d keeps q).
+inline RegF zeroWhereZero(F32, RegF q, RegF d) {
+    return _mm_andnot_ps(_mm_cmpeq_ps(d, _mm_setzero_ps()), q);
+}
+
+// ---- widening, in memory order ------------------------------------------------------------
+
+inline Reg extendLow(S8, Reg x) {
+    return _mm_unpacklo_epi8(x, _mm_cmpgt_epi8(_mm_setzero_si128(), x));
+}
+inline Reg extendHigh(S8, Reg x) {
+    return _mm_unpackhi_epi8(x, _mm_cmpgt_epi8(_mm_setzero_si128(), x));
+}
+inline Reg extendLow(U8, Reg x) {
+    return _mm_unpacklo_epi8(x, _mm_setzero_si128());
+}
+inline Reg extendHigh(U8, Reg x) {
+    return _mm_unpackhi_epi8(x, _mm_setzero_si128());
+}
+inline Reg extendLow(S16, Reg x) {
+    return _mm_unpacklo_epi16(x, _mm_srai_epi16(x, 15));
+}
+inline Reg extendHigh(S16, Reg x) {
+    return _mm_unpackhi_epi16(x, _mm_srai_epi16(x, 15));
+}
+inline Reg extendLow(U16, Reg x) {
+    return _mm_unpacklo_epi16(x, _mm_setzero_si128());
+}
+inline Reg extendHigh(U16, Reg x) {
+    return _mm_unpackhi_epi16(x, _mm_setzero_si128());
+}
+
+// ---- int <-> float ------------------------------------------------------------------------
+
+inline RegF toFloat(S32, Reg x) {
+    return _mm_cvtepi32_ps(x);
+}
+/// Unsigned lanes rounded to nearest: high half * 65536 (exact) + low half, one rounding.
+inline RegF toFloat(U32, Reg x) {
+    const RegF high = _mm_cvtepi32_ps(_mm_srli_epi32(x, 16));
+    const RegF low = _mm_cvtepi32_ps(_mm_and_si128(x, _mm_set1_epi32(0xffff)));
+    return _mm_add_ps(_mm_mul_ps(high, _mm_set1_ps(65536.0f)), low);
+}
+/// Truncation toward zero; out of range or NaN gives -2147483648.
+inline Reg truncate(F32, RegF x) {
+    return _mm_cvttps_epi32(x);
+}
+
+/// Float to unsigned 32-bit (two-input kernels): truncation toward zero with
+/// negative values and NaN giving 0 and values from 2^32 up giving 4294967295.
+inline Reg truncateToUInt32(F32, RegF x) {
+    const RegF two31 = _mm_set1_ps(2147483648.0f);
+    const RegF v = _mm_max_ps(x, _mm_setzero_ps());  // NaN takes the second operand: 0
+    const RegF high = _mm_cmpge_ps(v, two31);
+    const Reg low = _mm_cvttps_epi32(_mm_sub_ps(v, _mm_and_ps(high, two31)));
+    const Reg r = _mm_xor_si128(low, _mm_slli_epi32(_mm_castps_si128(high), 31));
+    return _mm_or_si128(r, _mm_castps_si128(_mm_cmpge_ps(v, _mm_set1_ps(4294967296.0f))));
+}
+
+// ---- narrowing: two registers to one, in memory order -------------------------------------
+
+/// 32-bit lanes read as signed, saturated to [-32768, 32767].
+inline Reg saturateToInt16(Int32, Reg lo, Reg hi) {
+    return _mm_packs_epi32(lo, hi);
+}
+/// Low 16 bits of each 32-bit lane.
+inline Reg wrapToInt16(Int32, Reg lo, Reg hi) {
+    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(lo, 16), 16),
+                           _mm_srai_epi32(_mm_slli_epi32(hi, 16), 16));
+}
+/// 32-bit to unsigned 16-bit on SSE2 keeps the low 16 bits (there is no unsigned
+/// 32-bit pack before SSE4.1); the wider sets saturate instead.
+inline Reg narrowToUInt16(Int32, Reg lo, Reg hi) {
+    return wrapToInt16(Int32{}, lo, hi);
+}
+/// 16-bit lanes read as signed, saturated to [-128, 127].
+inline Reg saturateToInt8(Int16, Reg lo, Reg hi) {
+    return _mm_packs_epi16(lo, hi);
+}
+/// 16-bit lanes read as signed, saturated to [0, 255].
+inline Reg saturateToUInt8(Int16, Reg lo, Reg hi) {
+    return _mm_packus_epi16(lo, hi);
+}
+/// Low 8 bits of each 16-bit lane.
+inline Reg wrapToInt8(Int16, Reg lo, Reg hi) {
+    const Reg m = _mm_set1_epi16(0x00ff);
+    return _mm_packus_epi16(_mm_and_si128(lo, m), _mm_and_si128(hi, m));
+}
+
+}  // namespace vimra::simd::sse2

@@ -1,0 +1,329 @@
+// Kernel bodies of the vector kernels, written once over an instruction set's
+// layer (Reg, RegF, kRegBytes, kStep and the primitives overloaded on lane kinds).
+//
+// No include guard: an instruction set's kernel header includes its layer, then
+// this file with VIMRA_SIMD_NS naming the layer's namespace; everything below is
+// defined in that namespace, so nothing compiled with the set's flags is shared
+// by name with code compiled for another set.
+//
+// A Block<T> holds one kernel step of T lanes (kStep elements) in sizeof(T)
+// registers, in memory order. A two-input kernel loads each input as a block of
+// its element type, widens it to the computation type TC, applies the operation's
+// vector face, narrows to the output type and stores, kStep elements per step
+// with no scalar tail: the last step may read and write past the element count,
+// into the padding that the image storage provides.
+
+#ifndef VIMRA_SIMD_NS
+#error "VectorBody.h is included by an instruction set's kernel header, with VIMRA_SIMD_NS set"
+#endif
+
+#include "../ScalarArithmetic.h"  // ComputationTypeT: a type rule only, no code
+#include "../VectorKernels.h"
+
+#include <cstdint>
+#include <type_traits>
+
+namespace vimra::simd::VIMRA_SIMD_NS {
+
+template <class T>
+inline constexpr bool isFloatLane = std::is_same_v<T, float>;
+
+// The register type of T lanes (chosen by specialisation: vector types lose their
+// attributes as template arguments).
+template <bool IsFloat>
+struct RegSelect {
+    using type = Reg;
+};
+template <>
+struct RegSelect<true> {
+    using type = RegF;
+};
+template <class T>
+using RegOf = typename RegSelect<isFloatLane<T>>::type;
+
+// Loops over a block's registers carry `#pragma GCC unroll`: fully unrolled, a
+// block lives in registers; left as loops, GCC keeps four-register blocks on the
+// stack and copies them at every step.
+template <class T>
+struct Block {
+    static constexpr int s_regs = sizeof(T);
+    static constexpr int s_lanesPerReg = kRegBytes / static_cast<int>(sizeof(T));
+    RegOf<T> r[s_regs];
+};
+
+// ---- memory ------------------------------------------------------------------------------
+
+template <class T>
+inline Block<T> load(const T* p) {
+    Block<T> b;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) {
+        if constexpr (isFloatLane<T>) {
+            b.r[j] = loadFloat(p + j * Block<T>::s_lanesPerReg);
+        } else {
+            b.r[j] = loadInt(p + j * Block<T>::s_lanesPerReg);
+        }
+    }
+    return b;
+}
+
+template <class T>
+inline void store(T* p, const Block<T>& b) {
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) {
+        if constexpr (isFloatLane<T>) {
+            storeFloat(p + j * Block<T>::s_lanesPerReg, b.r[j]);
+        } else {
+            storeInt(p + j * Block<T>::s_lanesPerReg, b.r[j]);
+        }
+    }
+}
+
+/// The same bits read as another integer type of the same width.
+template <class To, class From>
+inline Block<To> reinterpret(const Block<From>& x) {
+    static_assert(sizeof(To) == sizeof(From) && !isFloatLane<To> && !isFloatLane<From>);
+    Block<To> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<To>::s_regs; ++j) r.r[j] = x.r[j];
+    return r;
+}
+
+// ---- conversions -------------------------------------------------------------------------
+
+/// Widening into a type at least as wide: integers by sign or zero extension of
+/// From (then read as To), integers to float rounded to nearest (unsigned 32-bit
+/// converted as unsigned).
+template <class To, class From>
+inline Block<To> widen(const Block<From>& x) {
+    if constexpr (std::is_same_v<To, From>) {
+        return x;
+    } else if constexpr (isFloatLane<To>) {
+        using Lane32 = std::conditional_t<std::is_same_v<From, unsigned int>, unsigned int, int>;
+        const Block<Lane32> w = widen<Lane32>(x);
+        Block<float> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<float>::s_regs; ++j) r.r[j] = toFloat(LaneTag<Lane32>{}, w.r[j]);
+        return r;
+    } else if constexpr (sizeof(To) == sizeof(From)) {
+        return reinterpret<To>(x);
+    } else if constexpr (sizeof(To) == 4 * sizeof(From)) {
+        using Lane16 = std::conditional_t<std::is_signed_v<From>, short, unsigned short>;
+        return widen<To>(widen<Lane16>(x));
+    } else {
+        static_assert(sizeof(To) == 2 * sizeof(From));
+        Block<To> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<From>::s_regs; ++j) {
+            r.r[2 * j] = extendLow(LaneTag<From>{}, x.r[j]);
+            r.r[2 * j + 1] = extendHigh(LaneTag<From>{}, x.r[j]);
+        }
+        return r;
+    }
+}
+
+/// Float lanes truncated toward zero to 32-bit integers (out of range or NaN:
+/// -2147483648). (Templates here and below keep the calls of integer primitives
+/// dependent, so that a layer without them, AVX, still compiles this file.)
+template <class T>
+inline Block<int> truncate(const Block<T>& x) {
+    static_assert(isFloatLane<T>);
+    Block<int> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<int>::s_regs; ++j) r.r[j] = truncate(LaneTag<T>{}, x.r[j]);
+    return r;
+}
+
+/// Narrowing of a two-input kernel's computation-type result to the output type:
+///   float to unsigned 32-bit   the set's truncateToUInt32
+///   float to other integers    truncation to 32 bits, then as a 32-bit value
+///   same width                 the bits, read as To
+///   32 to 16 bits              signed: saturateToInt16; unsigned: the set's narrowToUInt16
+///   32 to 8 bits               through 16 bits of To's signedness
+///   16 to 8 bits               saturateToInt8 / saturateToUInt8
+/// Wider values are read as signed throughout, as the pack instructions read them.
+template <class To, class From>
+inline Block<To> narrow(const Block<From>& x) {
+    static_assert(sizeof(To) <= sizeof(From) && (!isFloatLane<To> || isFloatLane<From>));
+    if constexpr (std::is_same_v<To, From>) {
+        return x;
+    } else if constexpr (isFloatLane<From>) {
+        if constexpr (std::is_same_v<To, unsigned int>) {
+            Block<unsigned int> r;
+#pragma GCC unroll 4
+            for (int j = 0; j < Block<unsigned int>::s_regs; ++j) {
+                r.r[j] = truncateToUInt32(F32{}, x.r[j]);
+            }
+            return r;
+        } else {
+            return narrow<To>(truncate(x));
+        }
+    } else if constexpr (sizeof(To) == sizeof(From)) {
+        return reinterpret<To>(x);
+    } else if constexpr (sizeof(From) == 4 && sizeof(To) == 1) {
+        using Lane16 = std::conditional_t<std::is_signed_v<To>, short, unsigned short>;
+        return narrow<To>(narrow<Lane16>(x));
+    } else {
+        Block<To> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<To>::s_regs; ++j) {
+            const auto lo = x.r[2 * j];
+            const auto hi = x.r[2 * j + 1];
+            if constexpr (sizeof(From) == 4 && std::is_signed_v<To>) {
+                r.r[j] = saturateToInt16(LaneTag<From>{}, lo, hi);
+            } else if constexpr (sizeof(From) == 4) {
+                r.r[j] = narrowToUInt16(LaneTag<From>{}, lo, hi);
+            } else if constexpr (std::is_signed_v<To>) {
+                r.r[j] = saturateToInt8(LaneTag<From>{}, lo, hi);
+            } else {
+                r.r[j] = saturateToUInt8(LaneTag<From>{}, lo, hi);
+            }
+        }
+        return r;
+    }
+}
+
+/// Conversion of a one-input kernel's value to the output type. As narrow(),
+/// with two differences: float to unsigned 32-bit is the signed 32-bit
+/// truncation like every float to integer conversion, and an unsigned 16-bit
+/// value is narrowed to a signed type as the 32-bit value it extends to, so that
+/// 40000 saturates to 32767 (and then to 127), not to the negative side.
+template <class To, class V>
+inline Block<To> convert(const Block<V>& x) {
+    if constexpr (isFloatLane<V> && !isFloatLane<To>) {
+        return narrow<To>(truncate(x));
+    } else if constexpr (isFloatLane<To> || sizeof(To) > sizeof(V)) {
+        return widen<To>(x);
+    } else if constexpr (std::is_same_v<V, unsigned short> && std::is_signed_v<To>) {
+        return narrow<To>(widen<unsigned int>(x));
+    } else {
+        return narrow<To>(x);
+    }
+}
+
+/// Low bits of 32-bit lanes kept in a narrower (or equal) integer type.
+template <class To, class From>
+inline Block<To> wrapFrom32(const Block<From>& x) {
+    static_assert(sizeof(From) == 4 && !isFloatLane<From>);
+    if constexpr (sizeof(To) == 4) {
+        return reinterpret<To>(x);
+    } else if constexpr (sizeof(To) == 2) {
+        Block<To> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<To>::s_regs; ++j) {
+            r.r[j] = wrapToInt16(LaneTag<From>{}, x.r[2 * j], x.r[2 * j + 1]);
+        }
+        return r;
+    } else {
+        const auto m = wrapFrom32<short>(x);  // auto: keeps the call below dependent
+        Block<To> r;
+        r.r[0] = wrapToInt8(LaneTag<short>{}, m.r[0], m.r[1]);
+        return r;
+    }
+}
+
+// ---- the operations' vector faces (found by argument-dependent lookup) -------------------
+
+template <class T>
+inline Block<T> vecAdd(const Block<T>& a, const Block<T>& b) {
+    Block<T> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = add(LaneTag<T>{}, a.r[j], b.r[j]);
+    return r;
+}
+
+template <class T>
+inline Block<T> vecSubtract(const Block<T>& a, const Block<T>& b) {
+    Block<T> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = subtract(LaneTag<T>{}, a.r[j], b.r[j]);
+    return r;
+}
+
+template <class T>
+inline Block<T> vecMultiply(const Block<T>& a, const Block<T>& b) {
+    Block<T> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = multiply(LaneTag<T>{}, a.r[j], b.r[j]);
+    return r;
+}
+
+/// Float lanes: a / b, with +0 where b is zero. Integer lanes: both operands
+/// converted to float, divided, truncated toward zero and brought back to T
+/// (unsigned 32-bit through the set's truncateToUInt32, narrower types keeping
+/// the low bits, so that -32768 / -1 wraps like the integer quotient), with 0
+/// where b is zero. Exact for 8- and 16-bit lanes; 32-bit operands beyond 2^24
+/// are rounded to float first.
+template <class T>
+inline Block<T> vecDivide(const Block<T>& a, const Block<T>& b) {
+    if constexpr (isFloatLane<T>) {
+        Block<float> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<float>::s_regs; ++j) {
+            r.r[j] = zeroWhereZero(F32{}, divide(F32{}, a.r[j], b.r[j]), b.r[j]);
+        }
+        return r;
+    } else {
+        const Block<float> q = vecDivide(widen<float>(a), widen<float>(b));
+        if constexpr (std::is_same_v<T, unsigned int>) {
+            return narrow<unsigned int>(q);
+        } else {
+            return wrapFrom32<T>(truncate(q));
+        }
+    }
+}
+
+/// Absolute value: float lanes lose their sign bit; signed 16- and 32-bit lanes
+/// give max(x, 0 - x) in their own type; signed 8-bit lanes are widened to 16 bits
+/// first (so the result is a block of short); unsigned lanes are returned as they are.
+template <class T>
+inline auto vecAbs(const Block<T>& x) {
+    if constexpr (isFloatLane<T>) {
+        Block<float> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<float>::s_regs; ++j) r.r[j] = clearSign(F32{}, x.r[j]);
+        return r;
+    } else if constexpr (std::is_same_v<T, signed char>) {
+        return vecAbs(widen<short>(x));
+    } else if constexpr (std::is_signed_v<T>) {
+        Block<T> r;
+#pragma GCC unroll 4
+        for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = absolute(LaneTag<T>{}, x.r[j]);
+        return r;
+    } else {
+        return x;
+    }
+}
+
+// ---- kernel loops -------------------------------------------------------------------------
+
+/// out[i] = narrow<C>(Op::applyVector(widen<TC>(a[i]), widen<TC>(b[i]))), kStep
+/// elements per step, up to the element count rounded up to a whole step.
+template <class Op, class A, class B, class C>
+processor::ProcessingResult<bool> binaryKernel(const processor::KernelArgs& args) {
+    using TC = imaproc::arithm::kernel::ComputationTypeT<A, B, C>;
+    const A* a = static_cast<const A*>(args.in[0]);
+    const B* b = static_cast<const B*>(args.in[1]);
+    C* out = static_cast<C*>(args.out[0]);
+    const std::uint64_t n = args.info.count;
+    for (std::uint64_t i = 0; i < n; i += kStep) {
+        const Block<TC> va = widen<TC>(load(a + i));
+        const Block<TC> vb = widen<TC>(load(b + i));
+        store(out + i, narrow<C>(Op::applyVector(va, vb)));
+    }
+    return imaproc::arithm::kernel::vectorKernelSuccess();
+}
+
+/// out[i] = convert<C>(Op::applyVector(a[i])), stepping as binaryKernel.
+template <class Op, class A, class C>
+processor::ProcessingResult<bool> unaryKernel(const processor::KernelArgs& args) {
+    const A* a = static_cast<const A*>(args.in[0]);
+    C* out = static_cast<C*>(args.out[0]);
+    const std::uint64_t n = args.info.count;
+    for (std::uint64_t i = 0; i < n; i += kStep) {
+        store(out + i, convert<C>(Op::applyVector(load(a + i))));
+    }
+    return imaproc::arithm::kernel::vectorKernelSuccess();
+}
+
+}  // namespace vimra::simd::VIMRA_SIMD_NS

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "../../Kernel/ScalarArithmetic.h"
+
+namespace vimra::imaproc::arithm {
+
+/// a * b in the computation type; integer products keep their low bits.
+struct MultiplyImgImgArithmetic {
+    template <class TC>
+    static constexpr TC apply(TC a, TC b) {
+        return kernel::wrapMultiply(a, b);
+    }
+
+    /// Vector face: V is an instruction set's block of computation-type lanes.
+    template <class V>
+    static V applyVector(const V& a, const V& b) {
+        return vecMultiply(a, b);
+    }
+};
+
+}  // namespace vimra::imaproc::arithm

@@ -1,0 +1,125 @@
+// The AVX-512 kernels compiled a second time, for the baseline processor, against
+// SIMDe (SIMD Everywhere), which implements the _mm512_* intrinsics in portable
+// code: their bodies and most of their layer then run, and are tested, on any
+// processor. The real AVX-512 build is tested only where the processor has it.
+
+#define SIMDE_ENABLE_NATIVE_ALIASES
+#include <simde/x86/avx512.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+// Intrinsics that SIMDe 0.7.4 does not provide, written from Intel's definitions
+// over SIMDe's 256-bit ones or lane by lane. _mm512_cvttps_epu32 in particular is
+// therefore checked here against the same rule it was written from: only real
+// AVX-512 hardware checks the processor's behaviour.
+namespace vimra::simd::avx512emu_fill {
+
+inline __m512i join(__m256i lo, __m256i hi) { return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1); }
+inline __m512 join(__m256 lo, __m256 hi) {
+    return _mm512_castsi512_ps(join(_mm256_castps_si256(lo), _mm256_castps_si256(hi)));
+}
+inline __m256 lowF(__m512 x) { return _mm256_castsi256_ps(_mm512_castsi512_si256(_mm512_castps_si512(x))); }
+inline __m256 highF(__m512 x) { return _mm256_castsi256_ps(_mm512_extracti64x4_epi64(_mm512_castps_si512(x), 1)); }
+
+inline __m512i cvtepu8_epi16(__m256i x) {
+    return join(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(x)), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(x, 1)));
+}
+inline __m512i cvtepi16_epi32(__m256i x) {
+    return join(_mm256_cvtepi16_epi32(_mm256_castsi256_si128(x)),
+                _mm256_cvtepi16_epi32(_mm256_extracti128_si256(x, 1)));
+}
+inline __m512i cvtepu16_epi32(__m256i x) {
+    return join(_mm256_cvtepu16_epi32(_mm256_castsi256_si128(x)),
+                _mm256_cvtepu16_epi32(_mm256_extracti128_si256(x, 1)));
+}
+inline __m512 cvtepi32_ps(__m512i x) {
+    return join(_mm256_cvtepi32_ps(_mm512_castsi512_si256(x)), _mm256_cvtepi32_ps(_mm512_extracti64x4_epi64(x, 1)));
+}
+inline __m512i cvttps_epi32(__m512 x) {
+    return join(_mm256_cvttps_epi32(lowF(x)), _mm256_cvttps_epi32(highF(x)));
+}
+/// Unsigned truncation: values whose truncation lies outside [0, 2^32), and NaN, give 0xffffffff.
+inline __m512i cvttps_epu32(__m512 x) {
+    float in[16];
+    std::uint32_t out[16];
+    _mm512_storeu_ps(in, x);
+    for (int i = 0; i < 16; ++i) {
+        const double t = std::trunc(static_cast<double>(in[i]));
+        out[i] = (std::isnan(t) || t < 0.0 || t >= 4294967296.0) ? 0xffffffffu : static_cast<std::uint32_t>(t);
+    }
+    return _mm512_loadu_si512(out);
+}
+/// Unsigned lanes rounded to nearest. (SIMDe 0.7.4 has this one, but its alias
+/// is misnamed and its result is not always the nearest float.)
+inline __m512 cvtepu32_ps(__m512i x) {
+    std::uint32_t in[16];
+    float out[16];
+    _mm512_storeu_si512(in, x);
+    for (int i = 0; i < 16; ++i) out[i] = static_cast<float>(in[i]);
+    return _mm512_loadu_ps(out);
+}
+/// Low 16 bits of each 32-bit lane.
+inline __m256i cvtepi32_epi16(__m512i x) {
+    std::uint32_t in[16];
+    std::uint16_t out[16];
+    _mm512_storeu_si512(in, x);
+    for (int i = 0; i < 16; ++i) out[i] = static_cast<std::uint16_t>(in[i]);
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(out));
+}
+
+}  // namespace vimra::simd::avx512emu_fill
+
+#define _mm512_cvtepu8_epi16 vimra::simd::avx512emu_fill::cvtepu8_epi16
+#define _mm512_cvtepi16_epi32 vimra::simd::avx512emu_fill::cvtepi16_epi32
+#define _mm512_cvtepu16_epi32 vimra::simd::avx512emu_fill::cvtepu16_epi32
+#define _mm512_cvtepi32_ps vimra::simd::avx512emu_fill::cvtepi32_ps
+#define _mm512_cvttps_epi32 vimra::simd::avx512emu_fill::cvttps_epi32
+#define _mm512_cvttps_epu32 vimra::simd::avx512emu_fill::cvttps_epu32
+#define _mm512_cvtepi32_epi16 vimra::simd::avx512emu_fill::cvtepi32_epi16
+#define _mm512_cvtepu32_ps vimra::simd::avx512emu_fill::cvtepu32_ps
+
+#define VIMRA_SIMD_AVX512_NS avx512emu
+#include <Kernel/Simd/Avx512Layer.h>
+#define VIMRA_SIMD_NS avx512emu
+#include <Kernel/Simd/VectorBody.h>
+#undef VIMRA_SIMD_NS
+
+#define VIMRA_TEST_NS avx512emu
+#include "LayerProbes.inc"
+
+#include <Processor/AbsImg/AbsImgArithmetic.h>
+#include <Processor/AddImgImg/AddImgImgArithmetic.h>
+#include <Processor/DivideImgImg/DivideImgImgArithmetic.h>
+#include <Processor/MultiplyImgImg/MultiplyImgImgArithmetic.h>
+#include <Processor/SubtractImgImg/SubtractImgImgArithmetic.h>
+
+namespace vimra::simd::avx512emu::test {
+
+using namespace imaproc::arithm;
+using processor::AlgorithmFunction;
+
+template <class Op, std::size_t... I>
+constexpr std::array<AlgorithmFunction, sizeof...(I)> binaryTable(std::index_sequence<I...>) {
+    return {&binaryKernel<Op, Elem<I / 49>, Elem<(I / 7) % 7>, Elem<I % 7>>...};
+}
+
+template <std::size_t... I>
+constexpr std::array<AlgorithmFunction, sizeof...(I)> absTable(std::index_sequence<I...>) {
+    return {&unaryKernel<AbsImgArithmetic, Elem<I / 7>, Elem<I % 7>>...};
+}
+
+constexpr auto s_tripleIndices = std::make_index_sequence<arithm_test::s_triples>{};
+constexpr auto s_pairIndices = std::make_index_sequence<arithm_test::s_pairs>{};
+
+}  // namespace vimra::simd::avx512emu::test
+
+namespace vimra::arithm_test {
+using namespace simd::avx512emu::test;
+constexpr KernelTables g_avx512EmulatedKernels = {
+    {binaryTable<AddImgImgArithmetic>(s_tripleIndices), binaryTable<SubtractImgImgArithmetic>(s_tripleIndices),
+     binaryTable<MultiplyImgImgArithmetic>(s_tripleIndices), binaryTable<DivideImgImgArithmetic>(s_tripleIndices)},
+    absTable(s_pairIndices),
+    makeProbes(s_pairIndices)};
+}  // namespace vimra::arithm_test
