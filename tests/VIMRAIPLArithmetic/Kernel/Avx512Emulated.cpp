@@ -16,15 +16,22 @@
 // AVX-512 hardware checks the processor's behaviour.
 namespace vimra::simd::avx512emu_fill {
 
-inline __m512i join(__m256i lo, __m256i hi) { return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1); }
+inline __m512i join(__m256i lo, __m256i hi) {
+    return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1);
+}
 inline __m512 join(__m256 lo, __m256 hi) {
     return _mm512_castsi512_ps(join(_mm256_castps_si256(lo), _mm256_castps_si256(hi)));
 }
-inline __m256 lowF(__m512 x) { return _mm256_castsi256_ps(_mm512_castsi512_si256(_mm512_castps_si512(x))); }
-inline __m256 highF(__m512 x) { return _mm256_castsi256_ps(_mm512_extracti64x4_epi64(_mm512_castps_si512(x), 1)); }
+inline __m256 lowF(__m512 x) {
+    return _mm256_castsi256_ps(_mm512_castsi512_si256(_mm512_castps_si512(x)));
+}
+inline __m256 highF(__m512 x) {
+    return _mm256_castsi256_ps(_mm512_extracti64x4_epi64(_mm512_castps_si512(x), 1));
+}
 
 inline __m512i cvtepu8_epi16(__m256i x) {
-    return join(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(x)), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(x, 1)));
+    return join(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(x)),
+                _mm256_cvtepu8_epi16(_mm256_extracti128_si256(x, 1)));
 }
 inline __m512i cvtepi16_epi32(__m256i x) {
     return join(_mm256_cvtepi16_epi32(_mm256_castsi256_si128(x)),
@@ -35,7 +42,8 @@ inline __m512i cvtepu16_epi32(__m256i x) {
                 _mm256_cvtepu16_epi32(_mm256_extracti128_si256(x, 1)));
 }
 inline __m512 cvtepi32_ps(__m512i x) {
-    return join(_mm256_cvtepi32_ps(_mm512_castsi512_si256(x)), _mm256_cvtepi32_ps(_mm512_extracti64x4_epi64(x, 1)));
+    return join(_mm256_cvtepi32_ps(_mm512_castsi512_si256(x)),
+                _mm256_cvtepi32_ps(_mm512_extracti64x4_epi64(x, 1)));
 }
 inline __m512i cvttps_epi32(__m512 x) {
     return join(_mm256_cvttps_epi32(lowF(x)), _mm256_cvttps_epi32(highF(x)));
@@ -47,7 +55,8 @@ inline __m512i cvttps_epu32(__m512 x) {
     _mm512_storeu_ps(in, x);
     for (int i = 0; i < 16; ++i) {
         const double t = std::trunc(static_cast<double>(in[i]));
-        out[i] = (std::isnan(t) || t < 0.0 || t >= 4294967296.0) ? 0xffffffffu : static_cast<std::uint32_t>(t);
+        out[i] = (std::isnan(t) || t < 0.0 || t >= 4294967296.0) ? 0xffffffffu
+                                                                 : static_cast<std::uint32_t>(t);
     }
     return _mm512_loadu_si512(out);
 }
@@ -59,6 +68,15 @@ inline __m512 cvtepu32_ps(__m512i x) {
     _mm512_storeu_si512(in, x);
     for (int i = 0; i < 16; ++i) out[i] = static_cast<float>(in[i]);
     return _mm512_loadu_ps(out);
+}
+/// Low 32 bits of each product. (SIMDe 0.7.4 multiplies in signed int, which
+/// overflows.)
+inline __m512i mullo_epi32(__m512i a, __m512i b) {
+    std::uint32_t x[16], y[16];
+    _mm512_storeu_si512(x, a);
+    _mm512_storeu_si512(y, b);
+    for (int i = 0; i < 16; ++i) x[i] *= y[i];
+    return _mm512_loadu_si512(x);
 }
 /// Low 16 bits of each 32-bit lane.
 inline __m256i cvtepi32_epi16(__m512i x) {
@@ -79,6 +97,8 @@ inline __m256i cvtepi32_epi16(__m512i x) {
 #define _mm512_cvttps_epu32 vimra::simd::avx512emu_fill::cvttps_epu32
 #define _mm512_cvtepi32_epi16 vimra::simd::avx512emu_fill::cvtepi32_epi16
 #define _mm512_cvtepu32_ps vimra::simd::avx512emu_fill::cvtepu32_ps
+#undef _mm512_mullo_epi32
+#define _mm512_mullo_epi32 vimra::simd::avx512emu_fill::mullo_epi32
 
 #define VIMRA_SIMD_AVX512_NS avx512emu
 #include <Kernel/Simd/Avx512Layer.h>
@@ -118,8 +138,10 @@ constexpr auto s_pairIndices = std::make_index_sequence<arithm_test::s_pairs>{};
 namespace vimra::arithm_test {
 using namespace simd::avx512emu::test;
 constexpr KernelTables g_avx512EmulatedKernels = {
-    {binaryTable<AddImgImgArithmetic>(s_tripleIndices), binaryTable<SubtractImgImgArithmetic>(s_tripleIndices),
-     binaryTable<MultiplyImgImgArithmetic>(s_tripleIndices), binaryTable<DivideImgImgArithmetic>(s_tripleIndices)},
+    {binaryTable<AddImgImgArithmetic>(s_tripleIndices),
+     binaryTable<SubtractImgImgArithmetic>(s_tripleIndices),
+     binaryTable<MultiplyImgImgArithmetic>(s_tripleIndices),
+     binaryTable<DivideImgImgArithmetic>(s_tripleIndices)},
     absTable(s_pairIndices),
     makeProbes(s_pairIndices)};
 }  // namespace vimra::arithm_test

@@ -20,11 +20,16 @@ using imaproc::arithm::kernel::functionSelectorOf;
 processor::AlgorithmFunctionSelector& selectorOf(int op) {
     using namespace imaproc::arithm;
     switch (op) {
-        case eAdd: return functionSelectorOf<AddImgImgLvl3>();
-        case eSubtract: return functionSelectorOf<SubtractImgImgLvl3>();
-        case eMultiply: return functionSelectorOf<MultiplyImgImgLvl3>();
-        case eDivide: return functionSelectorOf<DivideImgImgLvl3>();
-        default: return functionSelectorOf<AbsImgLvl3>();
+        case eAdd:
+            return functionSelectorOf<AddImgImgLvl3>();
+        case eSubtract:
+            return functionSelectorOf<SubtractImgImgLvl3>();
+        case eMultiply:
+            return functionSelectorOf<MultiplyImgImgLvl3>();
+        case eDivide:
+            return functionSelectorOf<DivideImgImgLvl3>();
+        default:
+            return functionSelectorOf<AbsImgLvl3>();
     }
 }
 
@@ -38,7 +43,8 @@ std::vector<KernelSource> kernelSources() {
         {"AVX-512", eInstructionSet::eAVX512, &g_avx512Probes, nullptr},
     };
 #ifdef VIMRA_TEST_EMULATED_AVX512
-    sources.push_back({"AVX-512", eInstructionSet::eAVX512, &g_avx512EmulatedKernels.probes, &g_avx512EmulatedKernels});
+    sources.push_back({"AVX-512", eInstructionSet::eAVX512, &g_avx512EmulatedKernels.probes,
+                       &g_avx512EmulatedKernels});
 #endif
     return sources;
 }
@@ -58,7 +64,9 @@ AlgorithmFunction selectRegistered(int op, eInstructionSet::domain set, int a, i
 }
 
 AlgorithmFunction findKernel(const KernelSource& source, int op, int a, int b, int out) {
-    if (source.tables) return op == eAbs ? source.tables->abs[a * 7 + out] : source.tables->binary[op][(a * 7 + b) * 7 + out];
+    if (source.tables)
+        return op == eAbs ? source.tables->abs[a * 7 + out]
+                          : source.tables->binary[op][(a * 7 + b) * 7 + out];
     return selectRegistered(op, source.set, a + 1, b + 1, out + 1);
 }
 

@@ -17,8 +17,8 @@
 
 namespace vimra::arithm_test {
 
-#define VIMRA_SKIP_UNLESS_RUNNABLE(source)                                                \
-    if (!::vimra::arithm_test::runnable(source))                                          \
+#define VIMRA_SKIP_UNLESS_RUNNABLE(source)                                                 \
+    if (!::vimra::arithm_test::runnable(source))                                           \
     GTEST_SKIP() << (source).name << " is not offered by this processor: its kernels are " \
                  << "built but cannot run here"
 
@@ -31,7 +31,9 @@ inline std::string sourceName(const KernelSource& s) {
 }
 
 /// How a test parameter prints.
-inline void PrintTo(const KernelSource& s, std::ostream* os) { *os << sourceName(s); }
+inline void PrintTo(const KernelSource& s, std::ostream* os) {
+    *os << sourceName(s);
+}
 
 inline constexpr std::size_t s_padding = 64;  // elements the image storage guarantees past a strip
 inline constexpr unsigned char s_guardByte = 0xa5;

@@ -55,8 +55,8 @@ extern const KernelTables g_avx512EmulatedKernels;
 struct KernelSource {
     const char* name;
     eInstructionSet::domain set;
-    const LayerProbes* probes;    ///< null for AVX (float kernels only)
-    const KernelTables* tables;   ///< null: the library's registrations
+    const LayerProbes* probes;   ///< null for AVX (float kernels only)
+    const KernelTables* tables;  ///< null: the library's registrations
     bool emulated() const { return tables != nullptr; }
 };
 

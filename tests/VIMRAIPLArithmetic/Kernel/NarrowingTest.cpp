@@ -200,7 +200,7 @@ TEST_P(LayerNarrowing, OneInputConversionFollowsTheTable) {
 constexpr int kAbs = eAbs;
 
 struct KernelCase {
-    int op;  // eBinaryOp or kAbs
+    int op;  // eOperation
     int a, b, c;
     double va, vb;
     double standard, sse2, wide;  // expected outputs
@@ -287,7 +287,9 @@ TEST_P(DocumentedPixels, VectorKernels) {
     EXPECT_GT(run, 0);
 }
 
-std::string sourceTestName(const ::testing::TestParamInfo<KernelSource>& p) { return sourceName(p.param); }
+std::string sourceTestName(const ::testing::TestParamInfo<KernelSource>& p) {
+    return sourceName(p.param);
+}
 
 std::vector<KernelSource> sourcesWithProbes() {
     std::vector<KernelSource> v;
@@ -296,8 +298,10 @@ std::vector<KernelSource> sourcesWithProbes() {
     return v;
 }
 
-INSTANTIATE_TEST_SUITE_P(Isa, LayerNarrowing, ::testing::ValuesIn(sourcesWithProbes()), sourceTestName);
-INSTANTIATE_TEST_SUITE_P(Isa, DocumentedPixels, ::testing::ValuesIn(kernelSources()), sourceTestName);
+INSTANTIATE_TEST_SUITE_P(Isa, LayerNarrowing, ::testing::ValuesIn(sourcesWithProbes()),
+                         sourceTestName);
+INSTANTIATE_TEST_SUITE_P(Isa, DocumentedPixels, ::testing::ValuesIn(kernelSources()),
+                         sourceTestName);
 
 }  // namespace
 }  // namespace vimra::arithm_test

@@ -6,5 +6,6 @@
 #include "LayerProbes.inc"
 
 namespace vimra::arithm_test {
-constexpr LayerProbes g_sse2Probes = simd::sse2::test::makeProbes(std::make_index_sequence<s_pairs>{});
+constexpr LayerProbes g_sse2Probes =
+    simd::sse2::test::makeProbes(std::make_index_sequence<s_pairs>{});
 }  // namespace vimra::arithm_test

@@ -11,8 +11,8 @@
 
 #include <algorithm>
 #include <cfloat>
-#include <cstdio>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <random>
 #include <sstream>
@@ -118,8 +118,8 @@ TEST_P(VectorKernels, MatchTheRulesAndTheStandardKernels) {
         const AlgorithmFunction portable = findStandardKernel(op, ta, tb, tc);
         if (vec == nullptr && k.set == eInstructionSet::eAVX) continue;  // float kernels only
         if (vec == nullptr || portable == nullptr) {
-            m.add(std::string(k.name) + " " + s_opNames[op] + " " + info(ta).name + ", " + info(tb).name +
-                  " -> " + info(tc).name + ": no kernel");
+            m.add(std::string(k.name) + " " + s_opNames[op] + " " + info(ta).name + ", " +
+                  info(tb).name + " -> " + info(tc).name + ": no kernel");
             continue;
         }
         ++kernelsRun;
@@ -182,7 +182,8 @@ std::string paramName(const ::testing::TestParamInfo<Param>& p) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Isa, VectorKernels,
-                         ::testing::Combine(::testing::Range(0, kAbsOp + 1), ::testing::ValuesIn(kernelSources())),
+                         ::testing::Combine(::testing::Range(0, kAbsOp + 1),
+                                            ::testing::ValuesIn(kernelSources())),
                          paramName);
 
 // ---- registration of the further buffer types -------------------------------------------------
@@ -191,11 +192,14 @@ INSTANTIATE_TEST_SUITE_P(Isa, VectorKernels,
 /// of their unsigned elements: every key of the eleven types finds, in every set
 /// the processor offers, the kernel registered for its plain element types.
 TEST(RegisteredKernels, EveryBufferTypeCombinationFindsItsElementKernel) {
-    for (const eInstructionSet::domain set : {eInstructionSet::eStandard, eInstructionSet::eSSE2, eInstructionSet::eAVX,
-                                              eInstructionSet::eAVX2, eInstructionSet::eAVX512}) {
+    for (const eInstructionSet::domain set :
+         {eInstructionSet::eStandard, eInstructionSet::eSSE2, eInstructionSet::eAVX,
+          eInstructionSet::eAVX2, eInstructionSet::eAVX512}) {
         if (!core::isSupportedByProcessor(set)) {
-            std::printf("[   NOTE   ] %s is not offered by this processor: its registrations are not checked\n",
-                        core::instructionSetName(set));
+            std::printf(
+                "[   NOTE   ] %s is not offered by this processor: its registrations are not "
+                "checked\n",
+                core::instructionSetName(set));
             continue;
         }
         for (int op = 0; op <= kAbsOp; ++op) {
@@ -210,12 +214,13 @@ TEST(RegisteredKernels, EveryBufferTypeCombinationFindsItsElementKernel) {
                 const AlgorithmFunction f = selectRegistered(op, set, t1, t2, t3);
                 const AlgorithmFunction plain =
                     selectRegistered(op, set, element(t1) + 1, element(t2) + 1, element(t3) + 1);
-                EXPECT_EQ(f, plain) << s_opNames[op] << " " << core::instructionSetName(set) << " key " << t1
-                                    << ", " << t2 << ", " << t3;
+                EXPECT_EQ(f, plain) << s_opNames[op] << " " << core::instructionSetName(set)
+                                    << " key " << t1 << ", " << t2 << ", " << t3;
                 found += f != nullptr;
             }
             const bool floatOnly = set == eInstructionSet::eAVX;
-            EXPECT_EQ(found, floatOnly ? 1 : keys) << s_opNames[op] << " " << core::instructionSetName(set);
+            EXPECT_EQ(found, floatOnly ? 1 : keys)
+                << s_opNames[op] << " " << core::instructionSetName(set);
         }
     }
 }

@@ -1,8 +1,9 @@
 #pragma once
 
 // Definitions of the level-3 classes' typed kernel entry: the standard set runs
-// the portable loop, every other set the vector loop of that set (whose header
-// only that set's kernel file includes).
+// the portable loop, every other set the vector loop of that set. The
+// instruction-set files register the vector loops directly (VectorRegistration.h)
+// so that they never include the level classes' headers.
 
 #include "PortableKernels.h"
 #include "VectorKernels.h"

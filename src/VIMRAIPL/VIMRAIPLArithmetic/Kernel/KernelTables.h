@@ -1,7 +1,7 @@
 #pragma once
 
-// Compile-time tables of a level-3 class's element-type kernels for one
-// instruction set, in the order registerKernelTable expects (first strip's
+// Compile-time tables of a level-3 class's standard element-type kernels
+// (the instruction-set files build theirs in VectorRegistration.h), in the order registerKernelTable expects (first strip's
 // element index most significant). Tables are constant data: building them runs
 // no code, which matters in files compiled for wider instruction sets.
 
@@ -42,34 +42,12 @@ struct KernelTable<Lvl3, S, 2> {
     static constexpr int s_arity = 3;
 };
 
-/// The all-float kernel only (the AVX files).
-template <class Lvl3, eInstructionSet::domain S, int Inputs>
-struct FloatKernelTable;
-template <class Lvl3, eInstructionSet::domain S>
-struct FloatKernelTable<Lvl3, S, 1> {
-    static constexpr std::array<processor::AlgorithmFunction, 1> s_table = {
-        &Lvl3::template genericProcessFunction<float, float, S>};
-    static constexpr int s_arity = 2;
-};
-template <class Lvl3, eInstructionSet::domain S>
-struct FloatKernelTable<Lvl3, S, 2> {
-    static constexpr std::array<processor::AlgorithmFunction, 1> s_table = {
-        &Lvl3::template genericProcessFunction<float, float, float, S>};
-    static constexpr int s_arity = 3;
-};
-
 /// Registers the kernels of `Lvl3` for instruction set S when the processor offers it.
 template <class Lvl3, eInstructionSet::domain S>
 processor::KernelTableRegistration registerKernels() {
     using Table = KernelTable<Lvl3, S, Lvl3::Operation::Shape::Inputs::size>;
     return processor::KernelTableRegistration(&Lvl3::retrieveFunctionSelector, S, Table::s_table.data(),
                                               Table::s_arity);
-}
-template <class Lvl3, eInstructionSet::domain S>
-processor::KernelTableRegistration registerFloatKernel() {
-    using Table = FloatKernelTable<Lvl3, S, Lvl3::Operation::Shape::Inputs::size>;
-    return processor::KernelTableRegistration(&Lvl3::retrieveFunctionSelector, S, Table::s_table.data(),
-                                              Table::s_arity, true);
 }
 
 }  // namespace vimra::imaproc::arithm::kernel
