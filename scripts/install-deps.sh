@@ -3,6 +3,8 @@
 # is present it only runs dpkg-query and exits.
 #   scripts/install-deps.sh            build + test dependencies
 #   scripts/install-deps.sh --bench    also the peers the benchmarks compare with
+#   scripts/install-deps.sh --tsan     also what scripts/build-sanitized-tbb.sh needs
+#                                      (apt-get source unpacks with dpkg-dev)
 set -euo pipefail
 
 packages=(
@@ -13,9 +15,13 @@ packages=(
   libsimde-dev
   pybind11-dev python3-numpy
 )
-if [[ "${1:-}" == "--bench" ]]; then
-  packages+=(libopencv-dev python3-numexpr)
-fi
+for group in "$@"; do
+  case "$group" in
+    --bench) packages+=(libopencv-dev python3-numexpr) ;;
+    --tsan) packages+=(dpkg-dev) ;;
+    *) echo "install-deps: unknown option $group" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${packages[@]}"; do

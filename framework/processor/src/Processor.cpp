@@ -168,8 +168,23 @@ BoolResult BaseAsyncProcessor::run(unsigned synchronisationType) {
         m_done.notify_all();
         return r;
     }
-    if (m_thread.joinable()) m_thread.join();  // a previous, finished asynchronous run
-    auto self = boost::static_pointer_cast<BaseAsyncProcessor>(shared_from_this());
+    boost::shared_ptr<BaseAsyncProcessor> self;
+    try {
+        // The run keeps its processor alive, so the processor must be owned by a shared pointer.
+        self = boost::static_pointer_cast<BaseAsyncProcessor>(shared_from_this());
+    } catch (const boost::bad_weak_ptr&) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_running = false;
+        m_lastResult = BoolResult::failure(getObjectName() +
+                                           ": an asynchronous run needs a processor owned by a shared pointer");
+        m_done.notify_all();
+        return m_lastResult;
+    }
+    // The handle is replaced under the lock: this run may end, and another caller start
+    // the next one and join this thread, before the assignment below would otherwise be
+    // visible to it. The new thread waits for the lock in runSync until we are done.
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_thread.joinable()) m_thread.join();  // a previous run, past its last use of the lock
     m_thread = std::thread([self] {
         BoolResult r = self->runSync();
         std::lock_guard<std::mutex> lock(self->m_mutex);

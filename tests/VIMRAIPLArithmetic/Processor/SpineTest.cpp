@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <thread>
 
@@ -330,4 +331,33 @@ TEST(Async, OutputGivenToAsyncRunIsFilled) {
     run->wait();
     EXPECT_EQ(getAsyncProcessorOutput(run), out);
     EXPECT_EQ(out->getValue(32, 16), 3.75);
+}
+
+TEST(Async, RacingStartsOnOneProcessorAreRefusedOrRunCleanly) {
+    // Two threads start the same processor at once, many times; a run with no
+    // inputs fails at once, so a finished run and the next start overlap.
+    for (int k = 0; k < 300; ++k) {
+        auto p = boost::make_shared<AddImgImgLvl1>();
+        p->init();
+        std::atomic<int> ready{0};
+        auto start = [&] {
+            ++ready;
+            while (ready < 2) {
+            }
+            p->run(processor::eSynchronisationType::eAsynchronous);
+        };
+        std::thread t1(start), t2(start);
+        t1.join();
+        t2.join();
+        EXPECT_FALSE(p->waitForCompletion());
+    }
+}
+
+TEST(Async, ProcessorNotOwnedBySharedPointerIsRefused) {
+    AddImgImgLvl1 p;
+    p.init();
+    processor::BoolResult r = p.run(processor::eSynchronisationType::eAsynchronous);
+    EXPECT_FALSE(r);
+    EXPECT_NE(r.getMessage().find("shared pointer"), std::string::npos);
+    EXPECT_FALSE(p.isRunning());
 }
