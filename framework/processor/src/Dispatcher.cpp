@@ -104,7 +104,7 @@ image::ImageView::Box subImageBox(const image::BaseImage& img, eSubImageSplitTyp
 
 BoolResult BaseStaticProcessorDispatcher::run(RunContext& context) {
     std::uint64_t count = 0;
-    for (const StaticSplitPtr& s : m_splits) {
+    for (const StaticSplitPtr& s : splits()) {
         const std::uint64_t n = s->getCount();
         if (n == 0) continue;
         if (count != 0 && n != count)
@@ -120,7 +120,7 @@ BoolResult BaseStaticProcessorDispatcher::run(RunContext& context) {
             ProcessorPtr p = createProcessor();
             BoolResult r = p->init(eRulePolicy::eRulesOff);
             if (!r) return r;
-            for (const StaticSplitPtr& s : m_splits) s->assign(*p, i);
+            for (const StaticSplitPtr& s : splits()) s->assign(*p, i);
             r = p->execute(context);
             if (!r) return r;
         }
@@ -130,7 +130,7 @@ BoolResult BaseStaticProcessorDispatcher::run(RunContext& context) {
 
 BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
     std::uint64_t sizeX = 0, sizeY = 0;
-    for (const DynamicSplitPtr& s : m_splits) {
+    for (const DynamicSplitPtr& s : splits()) {
         if (s->getSizeX() == 0) continue;
         if (sizeX != 0 && (s->getSizeX() != sizeX || s->getSizeY() != sizeY))
             return BoolResult::failure((boost::format("Strip dispatch: images of %dx%d and %dx%d cannot be cut "
@@ -149,8 +149,8 @@ BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
         BoolResult r = p->init(eRulePolicy::eRulesOff);
         if (!r) return r;
         std::vector<AttributePtr> targets;
-        targets.reserve(m_splits.size());
-        for (const DynamicSplitPtr& s : m_splits) {
+        targets.reserve(splits().size());
+        for (const DynamicSplitPtr& s : splits()) {
             AttributePtr a = s->resolve(*p);
             if (!a) return BoolResult::failure(p->getObjectName() + ": a strip split has no matching attribute");
             targets.push_back(std::move(a));
@@ -159,7 +159,7 @@ BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
             if (context.isCancellationRequested()) break;
             const std::uint64_t startY = k * height;
             const std::uint64_t rows = std::min(height, sizeY - startY);
-            for (std::size_t j = 0; j < m_splits.size(); ++j) m_splits[j]->assign(*targets[j], startY, rows);
+            for (std::size_t j = 0; j < splits().size(); ++j) splits()[j]->assign(*targets[j], startY, rows);
             r = p->execute(context);
             if (!r) return r;
         }

@@ -103,11 +103,12 @@ private:
     bool m_set = false;
 };
 
-/// Strip attributes of level-3 processors.
-class BaseInputYStrip2dAttribute : public BaseAttribute {
+/// A strip of a level-3 processor (the strip classes are views, cheap to copy).
+template <class Strip, bool Input>
+class BaseStripAttribute : public BaseAttribute {
 public:
-    using value_type = image::InputImageYStrip2d;
-    bool isInput() const override { return true; }
+    using value_type = Strip;
+    bool isInput() const override { return Input; }
     bool isMandatory() const override { return true; }
     bool isSet() const override { return m_set; }
     void clear() override { m_set = false; }
@@ -125,26 +126,8 @@ private:
     bool m_set = false;
 };
 
-class BaseOutputYStrip2dAttribute : public BaseAttribute {
-public:
-    using value_type = image::OutputImageYStrip2d;
-    bool isInput() const override { return false; }
-    bool isMandatory() const override { return true; }
-    bool isSet() const override { return m_set; }
-    void clear() override { m_set = false; }
-    void init(const value_type& strip) {
-        m_strip = strip;
-        m_set = true;
-    }
-    void setValue(const value_type& strip) { init(strip); }
-    const value_type& getValue() const { return m_strip; }
-    const value_type& getStrip() const { return m_strip; }
-    image::eImageBufferType::domain getImageBufferType() const { return m_strip.getImageBufferType(); }
-
-private:
-    value_type m_strip;
-    bool m_set = false;
-};
+class BaseInputYStrip2dAttribute : public BaseStripAttribute<image::InputImageYStrip2d, true> {};
+class BaseOutputYStrip2dAttribute : public BaseStripAttribute<image::OutputImageYStrip2d, false> {};
 
 /// Compile-time attribute name, so that each named attribute is its own type.
 template <std::size_t N>

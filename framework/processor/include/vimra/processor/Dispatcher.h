@@ -86,21 +86,29 @@ private:
     typename Attr::value_type m_value{};
 };
 
-/// Runs one level-2 processor per sub-image, in parallel.
-class BaseStaticProcessorDispatcher : public BaseProvider {
+/// What both dispatchers share: a priority, their splits and a factory of sub-run processors.
+template <class SplitPtr>
+class BaseProcessorDispatcher : public BaseProvider {
 public:
-    void initBase(unsigned priority, std::vector<StaticSplitPtr> splits) {
+    void initBase(unsigned priority, std::vector<SplitPtr> splits) {
         m_priority = priority;
         m_splits = std::move(splits);
     }
-    BoolResult run(RunContext& context) override;
+    unsigned getPriority() const { return m_priority; }
 
 protected:
     virtual ProcessorPtr createProcessor() const = 0;
+    const std::vector<SplitPtr>& splits() const { return m_splits; }
 
 private:
     unsigned m_priority = 0;
-    std::vector<StaticSplitPtr> m_splits;
+    std::vector<SplitPtr> m_splits;
+};
+
+/// Runs one level-2 processor per sub-image, in parallel.
+class BaseStaticProcessorDispatcher : public BaseProcessorDispatcher<StaticSplitPtr> {
+public:
+    BoolResult run(RunContext& context) override;
 };
 
 template <class Lvl2>
@@ -174,20 +182,9 @@ private:
 /// heights keep every strip but the last of a multiple of 64 elements, so vector
 /// kernels that overrun their strip never touch another strip's pixels. One
 /// level-3 processor is created per scheduled chunk and reused for its strips.
-class BaseDynamicProcessorDispatcher : public BaseProvider {
+class BaseDynamicProcessorDispatcher : public BaseProcessorDispatcher<DynamicSplitPtr> {
 public:
-    void initBase(unsigned priority, std::vector<DynamicSplitPtr> splits) {
-        m_priority = priority;
-        m_splits = std::move(splits);
-    }
     BoolResult run(RunContext& context) override;
-
-protected:
-    virtual ProcessorPtr createProcessor() const = 0;
-
-private:
-    unsigned m_priority = 0;
-    std::vector<DynamicSplitPtr> m_splits;
 };
 
 template <class Lvl3>
