@@ -38,6 +38,7 @@ done
 
 python=/usr/bin/python3  # Debian's interpreter: it has python3-numpy and python3-numexpr
 start=$(date +%s)
+read -r load_before _ < /proc/loadavg  # before our own build and runs add to it
 step() { printf '\n== %s (%ds)\n' "$1" $(($(date +%s) - start)); }
 
 step "dependencies (scripts/install-deps.sh --bench)"
@@ -61,10 +62,9 @@ bin="$build/bin"
 results="$build/bench-results"
 mkdir -p "$results"
 rm -f "$results"/*.json
-read -r load1 _ < /proc/loadavg
 cores=$(nproc)
-if awk -v l="$load1" -v c="$cores" 'BEGIN { exit !(l > c / 2) }'; then
-  echo "bench.sh: load average $load1 on $cores cores: the machine is busy, figures will be noisy" >&2
+if awk -v l="$load_before" -v c="$cores" 'BEGIN { exit !(l > c / 2) }'; then
+  echo "bench.sh: load average $load_before on $cores cores: the machine is busy, figures will be noisy" >&2
 fi
 
 gb_flags=(
@@ -121,6 +121,7 @@ step "table"
 report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
   --ours "$results/ours.json" --opencv "$results/opencv.json" --python "$results/python.json"
   --probe-after "$results/probe-after.json" --order "$results/workloads.txt" --out "$results/performance-table.md"
+  --note "Load average (1 min) before the command started: $load_before."
   --note "Command: scripts/bench.sh $([[ $repetitions == 5 ]] && echo "(default: 5 repetitions of at least ${min_time} s each, medians)" || echo "--quick ($repetitions repetitions of at least ${min_time} s, medians)")")
 if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
 "${report[@]}"
