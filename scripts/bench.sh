@@ -5,17 +5,18 @@
 #
 #   scripts/bench.sh [--quick] [--update-doc] [--build-dir DIR] [--jobs N] [--filter REGEX]
 #
-#   --quick        fewer and shorter repetitions (a rough table in about a minute)
+#   --quick        fewer and shorter repetitions (a rough table in about two minutes)
 #   --update-doc   also put the table into docs/performance.md
 #   --build-dir    release build directory (default: build/release-bench)
 #   --jobs         parallel compile jobs (default: 2)
 #   --filter       only benchmarks whose name matches (Google Benchmark regex)
 #
-# Results: <build dir>/bench-results/ holds every program's JSON output and the
-# table (performance-table.md).
+# Results: <build dir>/bench-results/ holds every program's JSON output, its
+# console log and the table (performance-table.md).
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+command_line="scripts/bench.sh${*:+ $*}"
 build="$root/build/release-bench"
 jobs=2
 repetitions=5
@@ -39,7 +40,18 @@ done
 python=/usr/bin/python3  # Debian's interpreter: it has python3-numpy and python3-numexpr
 start=$(date +%s)
 read -r load_before _ < /proc/loadavg  # before our own build and runs add to it
-step() { printf '\n== %s (%ds)\n' "$1" $(($(date +%s) - start)); }
+step() { printf '== %s (%ds)\n' "$1" $(($(date +%s) - start)); }
+# Runs a measuring program with its console output in a log file (the JSON files
+# carry the results); on failure shows the end of the log.
+logged() {
+  local log="$1"
+  shift
+  if ! "$@" > "$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    echo "bench.sh: failed: $* (log: $log)" >&2
+    return 1
+  fi
+}
 
 step "dependencies (scripts/install-deps.sh --bench)"
 "$root/scripts/install-deps.sh" --bench
@@ -61,7 +73,7 @@ fi
 bin="$build/bin"
 results="$build/bench-results"
 mkdir -p "$results"
-rm -f "$results"/*.json
+rm -f "$results"/*.json "$results"/*.log
 cores=$(nproc)
 if awk -v l="$load_before" -v c="$cores" 'BEGIN { exit !(l > c / 2) }'; then
   echo "bench.sh: load average $load_before on $cores cores: the machine is busy, figures will be noisy" >&2
@@ -79,14 +91,15 @@ filter_flag=()
 if [[ -n "$filter" ]]; then filter_flag=(--benchmark_filter="$filter"); fi
 
 step "bandwidth probe"
-"$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_out="$results/probe.json"
+logged "$results/probe.log" \
+  "$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_out="$results/probe.json"
 
 # The Python peers run the workloads these programs list (OpenCV's first: it has
 # every row of the workload table, while ours lists only operations already built).
 listings=()
 if ((!build_failed)) && [[ -x "$bin/vimra_bench_arithmetic" ]]; then
   step "our operations"
-  "$bin/vimra_bench_arithmetic" "${gb_flags[@]}" "${filter_flag[@]}" \
+  logged "$results/ours.log" "$bin/vimra_bench_arithmetic" "${gb_flags[@]}" "${filter_flag[@]}" \
     --benchmark_out="$results/ours.json"
   listings+=("$bin/vimra_bench_arithmetic")
 else
@@ -95,7 +108,7 @@ fi
 
 if [[ -x "$bin/vimra_bench_opencv" ]]; then
   step "OpenCV peer"
-  "$bin/vimra_bench_opencv" "${gb_flags[@]}" "${filter_flag[@]}" \
+  logged "$results/opencv.log" "$bin/vimra_bench_opencv" "${gb_flags[@]}" "${filter_flag[@]}" \
     --benchmark_out="$results/opencv.json"
   listings=("$bin/vimra_bench_opencv" "${listings[@]}")
 else
@@ -107,22 +120,25 @@ if ((${#listings[@]})); then
   for program in "${listings[@]}"; do
     "$program" --benchmark_list_tests "${filter_flag[@]}"
   done > "$results/workloads.txt"
-  "$python" "$root/bench/peers/python_peers.py" --workloads "$results/workloads.txt" \
+  logged "$results/python.log" \
+    "$python" "$root/bench/peers/python_peers.py" --workloads "$results/workloads.txt" \
     --out "$results/python.json" --repetitions "$repetitions" --min-time "$min_time"
 fi
 
 if ((probe_after)); then
   step "bandwidth probe again (drift check)"
-  "$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_repetitions=3 \
+  logged "$results/probe-after.log" \
+    "$bin/vimra_bench_bandwidth" "${gb_flags[@]}" --benchmark_repetitions=3 \
     --benchmark_out="$results/probe-after.json"
 fi
 
 step "table"
 report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
   --ours "$results/ours.json" --opencv "$results/opencv.json" --python "$results/python.json"
-  --probe-after "$results/probe-after.json" --order "$results/workloads.txt" --out "$results/performance-table.md"
+  --probe-after "$results/probe-after.json" --order "$results/workloads.txt"
+  --out "$results/performance-table.md"
   --note "Load average (1 min) before the command started: $load_before."
-  --note "Command: scripts/bench.sh $([[ $repetitions == 5 ]] && echo "(default: 5 repetitions of at least ${min_time} s each, medians)" || echo "--quick ($repetitions repetitions of at least ${min_time} s, medians)")")
+  --note "Command: $command_line ($repetitions repetitions of at least $min_time s each, medians).")
 if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
 "${report[@]}"
 echo "Table written to $results/performance-table.md (total $(($(date +%s) - start)) s)"
