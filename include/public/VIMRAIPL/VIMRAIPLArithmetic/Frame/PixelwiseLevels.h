@@ -347,8 +347,15 @@ protected:
             types.append(m_out[i]->getImageBufferType());
         }
         args.info.count = m_out[0]->getStrip().getElementCount();
-        const processor::AlgorithmFunction kernel =
-            retrieveFunctionSelector().select(types, getForcedInstructionSets());
+        // Every strip a dispatcher hands this processor has the same buffer types:
+        // the kernel is looked up once and kept while key and forced sets stay the same.
+        const processor::InstructionSetsIdentifier forced = getForcedInstructionSets();
+        if (!m_kernel || !(types == m_kernelTypes) || forced.getMask() != m_kernelForcedMask) {
+            m_kernel = retrieveFunctionSelector().select(types, forced);
+            m_kernelTypes = types;
+            m_kernelForcedMask = forced.getMask();
+        }
+        const processor::AlgorithmFunction kernel = m_kernel;
         if (!kernel)
             return BoolResult::failure(Derived::getTypeName() + ": no kernel is registered for the buffer types " +
                                        types.toString() + " with the usable instruction sets");
@@ -363,6 +370,9 @@ private:
         ((m_out[o++] = this->template attribute<O>().get()), ...);
     }
 
+    processor::AlgorithmFunction m_kernel = nullptr;
+    processor::DataTypeIdentifierColl m_kernelTypes;
+    std::uint32_t m_kernelForcedMask = 0;
     std::array<const processor::BaseInputYStrip2dAttribute*, s_inputs> m_in{};
     std::array<const processor::BaseOutputYStrip2dAttribute*, s_outputs> m_out{};
 };
