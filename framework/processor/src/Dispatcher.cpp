@@ -1,4 +1,5 @@
 #include <vimra/processor/Dispatcher.h>
+#include <vimra/processor/ProcessingException.h>
 
 #include <boost/format.hpp>
 #include <tbb/blocked_range.h>
@@ -128,43 +129,118 @@ BoolResult BaseStaticProcessorDispatcher::run(RunContext& context) {
     });
 }
 
-BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
-    std::uint64_t sizeX = 0, sizeY = 0;
-    for (const DynamicSplitPtr& s : splits()) {
-        if (s->getSizeX() == 0) continue;
-        if (sizeX != 0 && (s->getSizeX() != sizeX || s->getSizeY() != sizeY))
-            return BoolResult::failure((boost::format("Strip dispatch: images of %dx%d and %dx%d cannot be cut "
-                                                      "into the same strips") %
-                                        sizeX % sizeY % s->getSizeX() % s->getSizeY())
-                                           .str());
-        sizeX = s->getSizeX(), sizeY = s->getSizeY();
-    }
-    if (sizeY == 0) return BoolResult::success();
-    const std::uint64_t height = image::chooseStripHeight(sizeX, sizeY, context.getPolicy().getStripTargetElements());
-    const std::uint64_t strips = (sizeY + height - 1) / height;
+void throwMissingImage(const char* attributeName) {
+    throw VIMRABaseProcessingException(
+        (boost::format("Strip split of attribute %s: no image to cut") % attributeName).str(),
+        "vimra::processor::BaseImageStripSplit::setImage");
+}
 
-    return parallelFor(context, strips, [&](std::uint64_t begin, std::uint64_t end) {
+namespace detail {
+
+void describeStrip(const image::BaseImageYStrip2d& strip, ProcessingInfo& info) {
+    info.count = strip.getElementCount();
+    info.sizeX = strip.getSizeX();
+    info.rows = strip.getSizeY();
+    info.planes = 1;
+    info.planeStride = strip.getElementCount();
+    info.startY = strip.getStripStartOffsetY();
+    info.startZ = 0;
+}
+
+void describeStrip(const image::BaseImageZStrip3d& strip, ProcessingInfo& info) {
+    // A band of planes is one run only when the planes are packed; kernels that
+    // walk flat runs get a count that covers the padding between planes too.
+    info.count = strip.getSizeZ() == 0 ? 0
+                                       : (strip.getSizeZ() - 1) * strip.getPlaneStride() + strip.getPlaneSize();
+    info.sizeX = strip.getSizeX();
+    info.rows = strip.getSizeY();
+    info.planes = strip.getSizeZ();
+    info.planeStride = strip.getPlaneStride();
+    info.startY = 0;
+    info.startZ = strip.getStripStartOffsetZ();
+}
+
+}  // namespace detail
+
+namespace {
+
+/// The common extent of a dispatcher's image splits, or a failure naming the
+/// attributes that disagree.
+struct StripExtent {
+    std::uint64_t sizeX = 0, sizeY = 0, sizeZ = 0;
+    eStripAxis::domain axis = eStripAxis::eY;
+    bool any = false;
+};
+
+BoolResult findExtent(const std::vector<DynamicSplitPtr>& splits, StripExtent& extent) {
+    const char* first = nullptr;
+    for (const DynamicSplitPtr& s : splits) {
+        if (!s->hasExtent()) continue;
+        if (!extent.any) {
+            extent = {s->getSizeX(), s->getSizeY(), s->getSizeZ(), s->getAxis(), true};
+            first = s->getAttributeName();
+            continue;
+        }
+        if (s->getAxis() != extent.axis)
+            return BoolResult::failure((boost::format("Strip dispatch: %s and %s are cut along different axes") %
+                                        first % s->getAttributeName())
+                                           .str());
+        if (s->getSizeX() != extent.sizeX || s->getSizeY() != extent.sizeY || s->getSizeZ() != extent.sizeZ)
+            return BoolResult::failure(
+                (boost::format("Strip dispatch: %s (%dx%dx%d) and %s (%dx%dx%d) cannot be cut into the same "
+                               "strips") %
+                 first % extent.sizeX % extent.sizeY % extent.sizeZ % s->getAttributeName() % s->getSizeX() %
+                 s->getSizeY() % s->getSizeZ())
+                    .str());
+    }
+    return BoolResult::success();
+}
+
+}  // namespace
+
+BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
+    StripExtent e;
+    BoolResult r = findExtent(splits(), e);
+    if (!r) return r;
+    const bool alongZ = e.axis == eStripAxis::eZ;
+    const std::uint64_t length = alongZ ? e.sizeZ : e.sizeY;  // rows or planes to cut
+    if (!e.any || length == 0 || e.sizeX == 0 || e.sizeY == 0) return BoolResult::success();
+    const ProcessorDispatchPolicy& policy = context.getPolicy();
+    const std::uint64_t height =
+        alongZ ? image::chooseStripDepth(e.sizeX * e.sizeY, length, policy.getStripTargetElements())
+               : image::chooseStripHeight(e.sizeX, length, policy.getStripTargetElements());
+    const std::uint64_t strips = (length + height - 1) / height;
+    const std::uint64_t elements = e.sizeX * e.sizeY * (alongZ ? e.sizeZ : 1);
+
+    auto runChunk = [&](std::uint64_t begin, std::uint64_t end) {
         // One level-3 processor per chunk of strips; its attributes are resolved once.
         ProcessorPtr p = createProcessor();
-        BoolResult r = p->init(eRulePolicy::eRulesOff);
-        if (!r) return r;
-        std::vector<AttributePtr> targets;
-        targets.reserve(splits().size());
-        for (const DynamicSplitPtr& s : splits()) {
-            AttributePtr a = s->resolve(*p);
-            if (!a) return BoolResult::failure(p->getObjectName() + ": a strip split has no matching attribute");
-            targets.push_back(std::move(a));
+        BoolResult ok = p->init(eRulePolicy::eRulesOn);
+        if (!ok) return ok;
+        AttributePtr targets[KernelArgs::s_maxInputs + KernelArgs::s_maxOutputs + KernelParams::s_max];
+        const std::size_t n = splits().size();
+        if (n > std::size(targets)) return BoolResult::failure(p->getObjectName() + ": too many strip splits");
+        for (std::size_t j = 0; j < n; ++j) {
+            targets[j] = splits()[j]->resolve(*p);
+            if (!targets[j])
+                return BoolResult::failure(p->getObjectName() + ": no attribute " +
+                                           splits()[j]->getAttributeName() + " for its strip split");
         }
         for (std::uint64_t k = begin; k < end; ++k) {
             if (context.isCancellationRequested()) break;
-            const std::uint64_t startY = k * height;
-            const std::uint64_t rows = std::min(height, sizeY - startY);
-            for (std::size_t j = 0; j < splits().size(); ++j) splits()[j]->assign(*targets[j], startY, rows);
-            r = p->execute(context);
-            if (!r) return r;
+            const std::uint64_t start = k * height;
+            const std::uint64_t count = std::min(height, length - start);
+            for (std::size_t j = 0; j < n; ++j) splits()[j]->assign(*targets[j], start, count);
+            // The first strip of a chunk goes through the processor's checks and rule.
+            ok = k == begin ? p->execute(context) : p->executeUnchecked(context);
+            if (!ok) return ok;
         }
         return BoolResult::success();
-    });
+    };
+    if (elements <= policy.getParallelThreshold()) return parallelFor(context, 1, [&](std::uint64_t, std::uint64_t) {
+            return runChunk(0, strips);
+        });
+    return parallelFor(context, strips, runChunk);
 }
 
 }  // namespace vimra::processor

@@ -1,8 +1,15 @@
 #include <vimra/processor/FunctionSelector.h>
+#include <vimra/processor/ProcessorMessages.h>
+
+#include <vimra/core/Log.h>
+#include <vimra/core/LogMessageFormater.h>
 
 #include <boost/format.hpp>
 
+#include <bit>
 #include <iostream>
+#include <map>
+#include <mutex>
 
 namespace vimra::processor {
 
@@ -103,54 +110,141 @@ std::size_t AlgorithmFunctionSelector::size() const {
     return n;
 }
 
+std::size_t KernelSignature::tableSize() const {
+    std::size_t n = 1;
+    for (int p = 0; p < params; ++p) n *= static_cast<std::size_t>(std::popcount(domains[p]));
+    return n;
+}
+
+namespace {
+
+bool inDomain(std::uint8_t domain, int bufferType) {
+    return (domain >> image::elementIndex(static_cast<image::eImageBufferType::domain>(bufferType))) & 1u;
+}
+
+/// Position of an element index among the set bits of a domain.
+std::size_t rankInDomain(std::uint8_t domain, int elementIndex) {
+    return static_cast<std::size_t>(std::popcount(static_cast<unsigned>(domain & ((1u << elementIndex) - 1u))));
+}
+
+}  // namespace
+
+std::size_t KernelSignature::keyCount() const {
+    std::size_t n = 1;
+    for (int p = 0; p < params; ++p) {
+        std::size_t types = 0;
+        for (int t = image::eImageBufferType::s_first; t <= image::eImageBufferType::s_last; ++t)
+            types += inDomain(domains[p], t) ? 1 : 0;
+        n *= types;
+    }
+    return n;
+}
+
+bool KernelSignature::isValid() const {
+    if (params < 0 || params > s_maxParams || slots <= 0 || slots > DataTypeIdentifierColl::s_maxStrips)
+        return false;
+    for (int p = 0; p < params; ++p)
+        if ((domains[p] & s_allElements) == 0 || (domains[p] & ~s_allElements) != 0) return false;
+    for (int k = 0; k < slots; ++k) {
+        if (slotParam[k] == s_fixed) {
+            if (!image::isValidBufferType(slotFixed[k])) return false;
+        } else if (slotParam[k] < 0 || slotParam[k] >= params) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::size_t registerKernelTable(AlgorithmFunctionSelector& selector, eInstructionSet::domain set,
-                                const AlgorithmFunction* table, int arity, bool onlyFloat) {
+                                const AlgorithmFunction* table, const KernelSignature& sig) {
     InstructionSetsIdentifier sets;
     sets.init(set);
-    if (!selector.isSupported(sets) || arity <= 0 || arity > DataTypeIdentifierColl::s_maxStrips) return 0;
+    if (!selector.isSupported(sets) || !table || !sig.isValid()) return 0;
     const unsigned efficiency = efficiencyOf(set);
     std::size_t registered = 0;
-    auto registerOne = [&](const DataTypeIdentifierColl& types, AlgorithmFunction f) {
+
+    // Odometer over the parameters' buffer types, parameter 0 outermost.
+    int digits[KernelSignature::s_maxParams];
+    auto firstOf = [&](int p, int from) {
+        for (int t = from; t <= image::eImageBufferType::s_last; ++t)
+            if (inDomain(sig.domains[p], t)) return t;
+        return 0;
+    };
+    for (int p = 0; p < sig.params; ++p) digits[p] = firstOf(p, image::eImageBufferType::s_first);
+    for (;;) {
+        std::size_t index = 0;
+        for (int p = 0; p < sig.params; ++p) {
+            const int element = image::elementIndex(static_cast<image::eImageBufferType::domain>(digits[p]));
+            index = index * static_cast<std::size_t>(std::popcount(sig.domains[p])) +
+                    rankInDomain(sig.domains[p], element);
+        }
+        DataTypeIdentifierColl types;
+        for (int k = 0; k < sig.slots; ++k)
+            types.append(sig.slotParam[k] == KernelSignature::s_fixed
+                             ? sig.slotFixed[k]
+                             : static_cast<image::eImageBufferType::domain>(digits[sig.slotParam[k]]));
         AlgorithmFunctionIdentifier id;
-        id.init(types, sets, efficiency, f);
+        id.init(types, sets, efficiency, table[index]);
         if (selector.registerFunction(id)) {
             ++registered;
         } else {
-            std::cerr << "vimra: kernel registration failed for " << types.toString() << " with "
-                      << core::instructionSetName(set) << "\n";
+            core::logMessage(getBaseProcessingLogger(), log4cplus::ERROR_LOG_LEVEL,
+                             eBaseProcessingMessage::eKernelRegistrationFailed,
+                             types.toString() + " with " + core::instructionSetName(set));
         }
-    };
-    if (onlyFloat) {
-        DataTypeIdentifierColl types;
-        for (int s = 0; s < arity; ++s) types.append(image::eImageBufferType::eFloat);
-        registerOne(types, table[0]);
-        return registered;
-    }
-    // Odometer over buffer types 1..11 per strip, first strip outermost.
-    std::vector<int> digits(static_cast<std::size_t>(arity), image::eImageBufferType::s_first);
-    for (;;) {
-        DataTypeIdentifierColl types;
-        std::size_t index = 0;
-        for (int d : digits) {
-            const auto type = static_cast<image::eImageBufferType::domain>(d);
-            types.append(type);
-            index = index * image::s_elementTypeCount + static_cast<std::size_t>(image::elementIndex(type));
+        int p = sig.params - 1;
+        for (; p >= 0; --p) {
+            const int next = firstOf(p, digits[p] + 1);
+            if (next != 0) {
+                digits[p] = next;
+                break;
+            }
+            digits[p] = firstOf(p, image::eImageBufferType::s_first);
         }
-        registerOne(types, table[index]);
-        int pos = arity - 1;
-        while (pos >= 0 && digits[static_cast<std::size_t>(pos)] == image::eImageBufferType::s_last)
-            digits[static_cast<std::size_t>(pos--)] = image::eImageBufferType::s_first;
-        if (pos < 0) break;
-        ++digits[static_cast<std::size_t>(pos)];
+        if (p < 0) break;
     }
     return registered;
 }
 
+namespace {
+
+struct SelectorRegistry {
+    std::mutex mutex;
+    std::map<std::string, AlgorithmFunctionSelector*> selectors;
+};
+SelectorRegistry& selectorRegistry() {
+    static SelectorRegistry registry;
+    return registry;
+}
+
+}  // namespace
+
+void registerFunctionSelector(const std::string& typeName, AlgorithmFunctionSelector& selector) {
+    SelectorRegistry& r = selectorRegistry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    r.selectors[typeName] = &selector;
+}
+
+AlgorithmFunctionSelector* findFunctionSelector(const std::string& typeName) {
+    SelectorRegistry& r = selectorRegistry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto it = r.selectors.find(typeName);
+    return it == r.selectors.end() ? nullptr : it->second;
+}
+
+std::vector<std::string> getFunctionSelectorNames() {
+    SelectorRegistry& r = selectorRegistry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    std::vector<std::string> names;
+    for (const auto& [name, selector] : r.selectors) names.push_back(name);
+    return names;
+}
+
 KernelTableRegistration::KernelTableRegistration(AlgorithmFunctionSelector& (*selector)(),
                                                  eInstructionSet::domain set, const AlgorithmFunction* table,
-                                                 int arity, bool onlyFloat) {
+                                                 const KernelSignature& signature) {
     if (!core::isAvailable(set)) return;
-    m_count = registerKernelTable(selector(), set, table, arity, onlyFloat);
+    m_count = registerKernelTable(selector(), set, table, signature);
 }
 
 }  // namespace vimra::processor

@@ -1,4 +1,8 @@
 #include <vimra/processor/Processor.h>
+#include <vimra/processor/ProcessorMessages.h>
+
+#include <vimra/core/Log.h>
+#include <vimra/core/LogMessageFormater.h>
 
 #include <boost/format.hpp>
 #include <tbb/task_arena.h>
@@ -19,18 +23,28 @@ BoolResult BaseProcessor::init(unsigned rulePolicy) {
     return r;
 }
 
+namespace {
+
+std::string accessorContext(const char* accessor) {
+    return std::string("vimra::processor::BaseProcessor::") + accessor + " (vimra/processor/Processor.h)";
+}
+
+}  // namespace
+
 void BaseProcessor::checkInitialized(const char* accessor) const {
-    if (!m_initialized)
-        throw VIMRABaseProcessingException(
-            (boost::format("Processor %s is not initialised: call init() before %s") % getObjectName() % accessor)
-                .str(),
-            std::string("vimra::processor::BaseProcessor::") + accessor + " (vimra/processor/Processor.h)");
+    if (m_initialized) return;
+    const std::string name = getObjectName();
+    core::logMessage(getBaseProcessingLogger(), log4cplus::ERROR_LOG_LEVEL,
+                     eBaseProcessingMessage::eProcessorNotInitialized, name, accessor);
+    throw VIMRABaseProcessingException(
+        core::formatMessage(eBaseProcessingMessage::eProcessorNotInitialized, name, accessor),
+        accessorContext(accessor));
 }
 
 void BaseProcessor::throwUnknownAttribute(const char* accessor, const char* name) const {
     throw VIMRABaseProcessingException(
-        (boost::format("Processor %s has no attribute %s") % getObjectName() % name).str(),
-        std::string("vimra::processor::BaseProcessor::") + accessor + " (vimra/processor/Processor.h)");
+        core::formatMessage(eBaseProcessingMessage::eUnknownAttribute, getObjectName(), name),
+        accessorContext(accessor));
 }
 
 std::vector<std::string> BaseProcessor::getAttributeNameColl() const {
@@ -49,8 +63,8 @@ AttributePtr BaseProcessor::getAttribute(const std::string& name) const {
 BoolResult BaseProcessor::checkInputs() const {
     for (const AttributePtr& a : m_attributes) {
         if (a->isInput() && a->isMandatory() && !a->isSet())
-            return BoolResult::failure(
-                (boost::format("%s: mandatory attribute %s is not set") % getObjectName() % a->getName()).str());
+            return BoolResult::failure(core::formatMessage(eBaseProcessingMessage::eMandatoryAttributeNotSet,
+                                                           getObjectName(), a->getName()));
     }
     return BoolResult::success();
 }
@@ -59,13 +73,13 @@ BoolResult BaseProcessor::initializeOutputs(std::vector<AttributePtr>& created) 
     for (const AttributePtr& a : m_attributes) {
         if (a->isInput() || a->isSet()) continue;
         auto it = m_initializers.find(a->getName());
-        if (it == m_initializers.end() || !it->second) continue;
+        if (it == m_initializers.end() || !it->second)
+            return BoolResult::failure(core::formatMessage(eBaseProcessingMessage::eOutputWithoutInitializer,
+                                                           getObjectName(), a->getName()));
         BoolResult r = it->second->init();
         if (!r)
-            return BoolResult::failure(
-                (boost::format("%s: output %s could not be created: %s") % getObjectName() % a->getName() %
-                 r.getMessage())
-                    .str());
+            return BoolResult::failure(core::formatMessage(eBaseProcessingMessage::eOutputNotCreated,
+                                                           getObjectName(), a->getName(), r.getMessage()));
         created.push_back(a);
     }
     return BoolResult::success();
@@ -81,10 +95,9 @@ BoolResult BaseProcessor::execute(RunContext& context) {
         if (result && m_rule) {
             result = m_rule->check();
             if (!result)
-                result = BoolResult::failure(
-                    (boost::format("%s: rule %s failed: %s") % getObjectName() % m_rule->describe() %
-                     result.getMessage())
-                        .str());
+                result = BoolResult::failure(core::formatMessage(eBaseProcessingMessage::eRuleFailed,
+                                                                 getObjectName(), m_rule->describe(),
+                                                                 result.getMessage()));
         }
         if (result) result = initializeOutputs(created);
         if (result && context.isCancellationRequested())
@@ -97,6 +110,14 @@ BoolResult BaseProcessor::execute(RunContext& context) {
     if (!result)
         for (const AttributePtr& a : created) a->clear();
     return result;
+}
+
+BoolResult BaseProcessor::executeUnchecked(RunContext& context) {
+    try {
+        return runDerived(context);
+    } catch (const std::exception& e) {
+        return BoolResult::failure(getObjectName() + ": " + e.what());
+    }
 }
 
 ProcessingResult<bool> BaseProcessor::retrieveProvider(unsigned, ProviderPtr&) {
@@ -223,7 +244,10 @@ void BaseAsyncProcessor::requestCancellation() {
 }
 
 void executeSyncRun(const boost::shared_ptr<BaseAsyncProcessor>& processor) {
-    if (!processor) throw VIMRABaseProcessingException("executeSyncRun called with a null processor");
+    if (!processor)
+        throw VIMRABaseProcessingException(
+            core::formatMessage(eBaseProcessingMessage::eNullProcessor, "executeSyncRun"),
+            "vimra::processor::executeSyncRun");
     BoolResult r = processor->run(eSynchronisationType::eSynchronous);
     if (!r) throw VIMRABaseProcessingException(r.getMessage(), "vimra::processor::executeSyncRun");
 }

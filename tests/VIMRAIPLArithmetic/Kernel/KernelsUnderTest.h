@@ -11,6 +11,7 @@
 #include <vimra/processor/FunctionSelector.h>
 
 #include <array>
+#include <string>
 #include <cstdint>
 #include <vector>
 
@@ -39,25 +40,24 @@ extern const LayerProbes g_sse2Probes;
 extern const LayerProbes g_avx2Probes;
 extern const LayerProbes g_avx512Probes;
 
-/// Kernels compiled outside the library (the emulated AVX-512 build), indexed
-/// by element indices, first strip most significant.
-struct KernelTables {
-    std::array<std::array<AlgorithmFunction, s_triples>, eAbs> binary;
-    std::array<AlgorithmFunction, s_pairs> abs;
-    LayerProbes probes;
-};
+/// The class name stem of an operation ("AddImgImg").
+const char* operationName(int op);
 
 #ifdef VIMRA_TEST_EMULATED_AVX512
-extern const KernelTables g_avx512EmulatedKernels;
+extern const LayerProbes g_avx512EmulatedProbes;
 #endif
+
+/// The selector that the emulated AVX-512 kernels of an operation register into
+/// (Emulated/<Op>.cpp), under the standard set.
+processor::AlgorithmFunctionSelector& emulatedSelector(const char* operation);
 
 /// Where a test takes one instruction set's kernels from.
 struct KernelSource {
     const char* name;
     eInstructionSet::domain set;
-    const LayerProbes* probes;   ///< null for AVX (float kernels only)
-    const KernelTables* tables;  ///< null: the library's registrations
-    bool emulated() const { return tables != nullptr; }
+    const LayerProbes* probes;  ///< null for AVX (float kernels only)
+    bool isEmulated = false;    ///< the test's emulated build, not the library's registrations
+    bool emulated() const { return isEmulated; }
 };
 
 /// SSE2, AVX, AVX2, AVX-512 and, where built, the emulated AVX-512 kernels.

@@ -12,3 +12,31 @@ const char* levelSuffix(eLevel level) {
 }
 
 }  // namespace vimra::imaproc::arithm::detail
+
+#include <vimra/core/LogMessageFormater.h>
+#include <vimra/processor/ProcessorMessages.h>
+
+namespace vimra::imaproc::arithm::detail {
+
+BoolResult noKernelFailure(const std::string& typeName, const processor::DataTypeIdentifierColl& types) {
+    return BoolResult::failure(
+        core::formatMessage(processor::eBaseProcessingMessage::eNoKernel, typeName, types.toString()));
+}
+
+}  // namespace vimra::imaproc::arithm::detail
+
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/EntryFunctions.h>
+
+namespace vimra::imaproc::arithm::entry {
+
+void throwNullArgument(const char* function, const char* attribute) {
+    throw processor::VIMRABaseProcessingException(
+        core::formatMessage(processor::eBaseProcessingMessage::eNullArgument, function, attribute), function);
+}
+
+processor::Range Argument<attr::InOutputRange>::convert(const type& value, const char* function) {
+    if (!value) throwNullArgument(function, attr::InOutputRange::s_name);
+    return *value;
+}
+
+}  // namespace vimra::imaproc::arithm::entry

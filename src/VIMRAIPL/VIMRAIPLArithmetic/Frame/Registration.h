@@ -1,10 +1,13 @@
 #pragma once
 
-// What every class file registers when the library is loaded, written once.
-// A class file holds one `const ClassRegistration<Class> registration;`, the
-// standard level-3 file a `const Lvl3Registration<Class> registration;`.
+// What every class file registers when the library is loaded, written once:
+//   <Op>Lvl1.cpp, <Op>Lvl2.cpp   VIMRA_ARITHM_CLASS(<Op>Lvl1)
+//   <Op>Lvl3.cpp                 VIMRA_ARITHM_LEVEL3(<Op>)  (with the arithmetic included)
+// Registration objects have names of their own, so class files can be built
+// together in one translation unit.
 
-#include "../Kernel/KernelTables.h"
+#include "../Kernel/KernelFile.h"
+#include "../Kernel/PortableKernels.h"
 
 #include <VIMRAIPL/VIMRAIPLArithmetic/ProcessorLogMessages.h>
 
@@ -26,31 +29,50 @@ class ClassRegistration {
 public:
     ClassRegistration() {
         detail::ensureSharedMutexes();
-        registerWithFactories();
+        core::DynamicObjectFactory::getInstance().registerClass(T::getTypeName(), &T::createNewObject,
+                                                                &T::createSharedObject);
+        core::MessageMapRegistrator<eProcessorMessage>::process();
+        processor::ProcessorFactory::getInstance().registerProcessor<T>();
     }
-
-private:
-    void registerWithFactories();
 };
 
-/// Static initialiser of a standard level-3 class file: the class, then its
-/// standard kernels, unconditionally.
-template <class T>
+/// Static initialiser of a standard level-3 class file: the class, its selector
+/// under the class's name, then its standard kernels, unconditionally.
+template <class T, class Arith>
 class Lvl3Registration : public ClassRegistration<T> {
+    using Table = kernel::KernelTable<kernel::PortableEntry, Arith, eInstructionSet::eStandard>;
+
 public:
-    Lvl3Registration() : m_kernels(kernel::registerKernels<T, eInstructionSet::eStandard>()) {}
+    Lvl3Registration()
+        : m_kernels((processor::registerFunctionSelector(T::getTypeName(), T::retrieveFunctionSelector()),
+                     &T::retrieveFunctionSelector),
+                    eInstructionSet::eStandard, Table::s_data, Table::s_signature) {}
     std::size_t getKernelCount() const { return m_kernels.getCount(); }
 
 private:
     processor::KernelTableRegistration m_kernels;
 };
 
-template <class T>
-void ClassRegistration<T>::registerWithFactories() {
-    core::DynamicObjectFactory::getInstance().registerClass(T::getTypeName(), &T::createNewObject,
-                                                            &T::createSharedObject);
-    core::MessageMapRegistrator<eProcessorMessage>::process();
-    processor::ProcessorFactory::getInstance().registerProcessor<T>();
+namespace kernel {
+template <class Lvl3>
+processor::AlgorithmFunctionSelector& functionSelectorOf() {
+    return Lvl3::retrieveFunctionSelector();
 }
+}  // namespace kernel
 
 }  // namespace vimra::imaproc::arithm
+
+#define VIMRA_ARITHM_CLASS(Class)                                    \
+    namespace vimra::imaproc::arithm {                               \
+    namespace {                                                      \
+    const ClassRegistration<Class> g_##Class##Registration;          \
+    }                                                                \
+    }
+
+#define VIMRA_ARITHM_LEVEL3(Op)                                                          \
+    namespace vimra::imaproc::arithm {                                                   \
+    template processor::AlgorithmFunctionSelector& kernel::functionSelectorOf<Op##Lvl3>(); \
+    namespace {                                                                          \
+    const Lvl3Registration<Op##Lvl3, Op##Arithmetic> g_##Op##Lvl3Registration;            \
+    }                                                                                    \
+    }

@@ -1,39 +1,50 @@
 #pragma once
 
-// Kernel loops of the standard instruction set: one plain loop over exactly
-// `count` elements, per-pixel arithmetic taken from the operation's scalar face.
+// The standard (portable) kernel of every operation: one plain loop over exactly
+// `count` elements, each pixel computed by the family's composition.
 
-#include "ScalarArithmetic.h"
+#include "Compositions.h"
 
-#include <vimra/processor/FunctionSelector.h>
+#include <utility>
 
 namespace vimra::imaproc::arithm::kernel {
 
-using processor::KernelArgs;
-using processor::ProcessingResult;
+template <class Arith, class Op, class... Ptr>
+void portableLoop(const Op& op, std::uint64_t count, Ptr... strips) {
+    for (std::uint64_t i = 0; i < count; ++i) Arith::pixel(op, i, strips...);
+}
 
-/// Two inputs, one output: out[i] = narrowWrap<C>(Op::apply<TC>(TC(a[i]), TC(b[i]))).
-template <class Op, class A, class B, class C>
-ProcessingResult<bool> portableBinary(const KernelArgs& args) {
-    using TC = ComputationTypeT<A, B, C>;
-    const A* a = static_cast<const A*>(args.in[0]);
-    const B* b = static_cast<const B*>(args.in[1]);
-    C* out = static_cast<C*>(args.out[0]);
-    for (std::uint64_t i = 0, n = args.info.count; i < n; ++i) {
-        out[i] = narrowWrap<C>(Op::apply(toComputation<TC>(a[i]), toComputation<TC>(b[i])));
-    }
+template <class Arith, class... T, std::size_t... K>
+processor::ProcessingResult<bool> portableKernel(const processor::KernelArgs& args, std::index_sequence<K...>) {
+    portableLoop<Arith>(bind<Arith, T...>(args.params), args.info.count,
+                        stripPointer<T, K, Arith::s_inputs>(args)...);
     return {true, true};
 }
 
-/// One input, one output: out[i] = Op::apply<C>(a[i]); the operation converts.
-template <class Op, class A, class C>
-ProcessingResult<bool> portableUnary(const KernelArgs& args) {
-    const A* a = static_cast<const A*>(args.in[0]);
-    C* out = static_cast<C*>(args.out[0]);
-    for (std::uint64_t i = 0, n = args.info.count; i < n; ++i) {
-        out[i] = Op::template apply<C>(a[i]);
+/// The standard kernel entry of an arithmetic, for parameter types P...
+template <class Arith, eInstructionSet::domain S>
+struct PortableEntry {
+    template <class... P>
+    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
+        return runStrips<StripTypeList<typename Arith::Signature, P...>>(args);
     }
-    return {true, true};
-}
+
+private:
+    template <class Sig, class... P>
+    struct StripTypeListOf;
+    template <class... Strips, class... Q>
+    struct StripTypeListOf<Signature<Strips...>, Q...> {
+        using type = std::tuple<StripType<Strips, Q...>...>;
+    };
+    template <class Sig, class... P>
+    using StripTypeList = typename StripTypeListOf<Sig, P...>::type;
+
+    template <class Tuple>
+    static processor::ProcessingResult<bool> runStrips(const processor::KernelArgs& args) {
+        return [&]<class... T>(std::tuple<T...>*) {
+            return portableKernel<Arith, T...>(args, std::index_sequence_for<T...>{});
+        }(static_cast<Tuple*>(nullptr));
+    }
+};
 
 }  // namespace vimra::imaproc::arithm::kernel

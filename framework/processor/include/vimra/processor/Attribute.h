@@ -2,6 +2,7 @@
 
 #include <vimra/image/BaseImage.h>
 #include <vimra/image/Strip.h>
+#include <vimra/processor/FunctionSelector.h>
 
 #include <boost/shared_ptr.hpp>
 
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace vimra::core {
@@ -95,6 +97,15 @@ public:
         m_set = true;
     }
     const T& getValue() const { return m_value; }
+    /// Appends `value` as the kernels read it (a Range as Min, Max).
+    static void appendKernelParams(KernelParams& params, const T& value) {
+        if constexpr (std::is_same_v<T, Range>) {
+            params.push(value.Min);
+            params.push(value.Max);
+        } else {
+            params.push(static_cast<double>(value));
+        }
+    }
     void write(core::BaseOArchive& archive) const override;
     void read(core::BaseIArchive& archive) override;
 
@@ -103,9 +114,28 @@ private:
     bool m_set = false;
 };
 
+/// What a level-3 processor reads of any strip attribute, whatever the strip's
+/// kind (y strip of a plane, z strip of a volume, with or without margins): the
+/// first element, the buffer type and where the strip lies.
+class BaseImageStripAttribute : public BaseAttribute {
+public:
+    /// First element of the strip (the strip's own first row, margins excluded).
+    virtual const void* getStripData() const = 0;
+    /// The same element, writable; null for input strips.
+    virtual void* getOutputStripData() const = 0;
+    virtual image::eImageBufferType::domain getImageBufferType() const = 0;
+    /// Fills count, sizeX, rows, planes, planeStride, startY and startZ.
+    virtual void describe(ProcessingInfo& info) const = 0;
+};
+
+namespace detail {
+void describeStrip(const image::BaseImageYStrip2d& strip, ProcessingInfo& info);
+void describeStrip(const image::BaseImageZStrip3d& strip, ProcessingInfo& info);
+}  // namespace detail
+
 /// A strip of a level-3 processor (the strip classes are views, cheap to copy).
 template <class Strip, bool Input>
-class BaseStripAttribute : public BaseAttribute {
+class BaseStripAttribute : public BaseImageStripAttribute {
 public:
     using value_type = Strip;
     bool isInput() const override { return Input; }
@@ -119,7 +149,16 @@ public:
     void setValue(const value_type& strip) { init(strip); }
     const value_type& getValue() const { return m_strip; }
     const value_type& getStrip() const { return m_strip; }
-    image::eImageBufferType::domain getImageBufferType() const { return m_strip.getImageBufferType(); }
+    image::eImageBufferType::domain getImageBufferType() const override { return m_strip.getImageBufferType(); }
+    const void* getStripData() const override { return m_strip.getData(); }
+    void* getOutputStripData() const override {
+        if constexpr (Input) {
+            return nullptr;
+        } else {
+            return m_strip.getData();
+        }
+    }
+    void describe(ProcessingInfo& info) const override { detail::describeStrip(m_strip, info); }
 
 private:
     value_type m_strip;
@@ -128,6 +167,12 @@ private:
 
 class BaseInputYStrip2dAttribute : public BaseStripAttribute<image::InputImageYStrip2d, true> {};
 class BaseOutputYStrip2dAttribute : public BaseStripAttribute<image::OutputImageYStrip2d, false> {};
+class BaseInputZStrip3dAttribute : public BaseStripAttribute<image::InputImageZStrip3d, true> {};
+class BaseOutputZStrip3dAttribute : public BaseStripAttribute<image::OutputImageZStrip3d, false> {};
+class BaseInputYStrip2dWithKernelAttribute
+    : public BaseStripAttribute<image::InputImageYStrip2dWithKernel, true> {};
+class BaseInputZStrip3dWithKernelAttribute
+    : public BaseStripAttribute<image::InputImageZStrip3dWithKernel, true> {};
 
 /// Compile-time attribute name, so that each named attribute is its own type.
 template <std::size_t N>
@@ -167,6 +212,10 @@ using processor::BaseInputImageAttribute;
 using processor::BaseInputYStrip2dAttribute;
 using processor::BaseOutputImageAttribute;
 using processor::BaseOutputYStrip2dAttribute;
+using processor::BaseInputZStrip3dAttribute;
+using processor::BaseOutputZStrip3dAttribute;
+using processor::BaseInputYStrip2dWithKernelAttribute;
+using processor::BaseInputZStrip3dWithKernelAttribute;
 using processor::BaseValueAttribute;
 
 // Images of level-1 processors.
@@ -194,6 +243,10 @@ using InSubImg2d1 = Attribute<"InSubImg2d1", BaseInputImageAttribute>;
 using InSubImg2d2 = Attribute<"InSubImg2d2", BaseInputImageAttribute>;
 using InSubImg2d3 = Attribute<"InSubImg2d3", BaseInputImageAttribute>;
 using InSubImg2d4 = Attribute<"InSubImg2d4", BaseInputImageAttribute>;
+using InSubImg3d = Attribute<"InSubImg3d", BaseInputImageAttribute>;
+using InSubImg3d1 = Attribute<"InSubImg3d1", BaseInputImageAttribute>;
+using InSubImg3d2 = Attribute<"InSubImg3d2", BaseInputImageAttribute>;
+using InSubImg3d3 = Attribute<"InSubImg3d3", BaseInputImageAttribute>;
 using InSubGpuImg = Attribute<"InSubGpuImg", BaseInputImageAttribute>;
 using InSubGpuImg1 = Attribute<"InSubGpuImg1", BaseInputImageAttribute>;
 using InSubGpuImg2 = Attribute<"InSubGpuImg2", BaseInputImageAttribute>;
@@ -204,6 +257,14 @@ using InYStrip2d1 = Attribute<"InYStrip2d1", BaseInputYStrip2dAttribute>;
 using InYStrip2d2 = Attribute<"InYStrip2d2", BaseInputYStrip2dAttribute>;
 using InYStrip2d3 = Attribute<"InYStrip2d3", BaseInputYStrip2dAttribute>;
 using InYStrip2d4 = Attribute<"InYStrip2d4", BaseInputYStrip2dAttribute>;
+using InYStrip2d5 = Attribute<"InYStrip2d5", BaseInputYStrip2dAttribute>;
+using InZStrip3d = Attribute<"InZStrip3d", BaseInputZStrip3dAttribute>;
+using InZStrip3d1 = Attribute<"InZStrip3d1", BaseInputZStrip3dAttribute>;
+using InZStrip3d2 = Attribute<"InZStrip3d2", BaseInputZStrip3dAttribute>;
+using InZStrip3d3 = Attribute<"InZStrip3d3", BaseInputZStrip3dAttribute>;
+using OutZStrip3d = Attribute<"OutZStrip3d", BaseOutputZStrip3dAttribute>;
+using OutZStrip3d1 = Attribute<"OutZStrip3d1", BaseOutputZStrip3dAttribute>;
+using OutZStrip3d2 = Attribute<"OutZStrip3d2", BaseOutputZStrip3dAttribute>;
 using OutYStrip2d = Attribute<"OutYStrip2d", BaseOutputYStrip2dAttribute>;
 using OutYStrip2d1 = Attribute<"OutYStrip2d1", BaseOutputYStrip2dAttribute>;
 using OutYStrip2d2 = Attribute<"OutYStrip2d2", BaseOutputYStrip2dAttribute>;

@@ -12,6 +12,7 @@ public:
     void initDefault() {
         m_maxWorkers = 0;
         m_stripTargetElements = 32768;
+        m_parallelThreshold = s_defaultParallelThreshold;
         m_initialized = true;
     }
     bool isInitialized() const { return m_initialized; }
@@ -23,7 +24,14 @@ public:
     std::uint64_t getStripTargetElements() const { return m_stripTargetElements; }
     void setStripTargetElements(std::uint64_t n) { m_stripTargetElements = n == 0 ? 1 : n; }
 
+    /// Sub-images of at most this many elements are processed on the calling
+    /// thread: waking workers costs more than the work.
+    static constexpr std::uint64_t s_defaultParallelThreshold = std::uint64_t{1} << 18;
+    std::uint64_t getParallelThreshold() const { return m_parallelThreshold; }
+    void setParallelThreshold(std::uint64_t n) { m_parallelThreshold = n; }
+
 private:
+    std::uint64_t m_parallelThreshold = s_defaultParallelThreshold;
     unsigned m_maxWorkers = 0;
     std::uint64_t m_stripTargetElements = 32768;
     bool m_initialized = false;

@@ -66,7 +66,7 @@ public:
     }
     std::uint64_t getCount() const override { return m_image ? subImageCount(*m_image, m_type) : 0; }
     void assign(BaseProcessor& target, std::uint64_t index) const override {
-        target.set<Attr>(image::ImageView::create(m_image, subImageBox(*m_image, m_type, index)));
+        if (m_image) target.set<Attr>(image::ImageView::create(m_image, subImageBox(*m_image, m_type, index)));
     }
 
 private:
@@ -125,41 +125,127 @@ struct eStripAllocationType {
 struct eStripParsingDirection {
     enum domain { eForward = 0 };
 };
+/// The axis a sub-image is cut along: bands of rows of a plane, or bands of
+/// planes of a volume.
+struct eStripAxis {
+    enum domain { eY = 0, eZ = 1 };
+};
 
-/// A split that cuts a 2d sub-image into bands of rows for a level-3 attribute.
+/// A split that cuts a sub-image into strips for a level-3 attribute.
 class BaseDynamicSplit {
 public:
     virtual ~BaseDynamicSplit() = default;
-    /// Plane size of the sub-image (0 x 0 for no-splits, which fit any size).
+    /// False for no-splits, which fit any size and take no part in cutting.
+    virtual bool hasExtent() const = 0;
+    /// The sub-image being cut; only called when hasExtent().
     virtual std::uint64_t getSizeX() const = 0;
     virtual std::uint64_t getSizeY() const = 0;
+    virtual std::uint64_t getSizeZ() const = 0;
+    virtual eStripAxis::domain getAxis() const = 0;
+    /// The level-3 attribute this split feeds.
+    virtual const char* getAttributeName() const = 0;
     /// The attribute of `target` this split feeds; looked up once per processor.
     virtual AttributePtr resolve(BaseProcessor& target) const = 0;
-    /// Gives rows [startY, startY + rows) to the attribute returned by resolve.
-    virtual void assign(BaseAttribute& attribute, std::uint64_t startY, std::uint64_t rows) const = 0;
+    /// Gives rows (y axis) or planes (z axis) [start, start + count) to the attribute.
+    virtual void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const = 0;
 };
 using DynamicSplitPtr = boost::shared_ptr<BaseDynamicSplit>;
 
-/// Cuts a 2d image (`Image` is `const image::BaseImage` for inputs) into y strips.
-template <class Lvl3, class Image, class Attr>
-class ImageYStrip2dSplit final : public BaseDynamicSplit {
+[[noreturn]] void throwMissingImage(const char* attributeName);
+
+/// What every image split shares: the image, its attribute and its axis.
+template <class Image, class Attr, eStripAxis::domain Axis>
+class BaseImageStripSplit : public BaseDynamicSplit {
 public:
     using ImageHandle = boost::shared_ptr<Image>;
-    using Strip = typename Attr::value_type;
-
-    void initBase(ImageHandle image, unsigned allocation, unsigned dirX, unsigned dirY) {
-        (void)allocation, (void)dirX, (void)dirY;
-        m_image = std::move(image);
-    }
+    bool hasExtent() const override { return true; }
     std::uint64_t getSizeX() const override { return m_image->getSizeX(); }
     std::uint64_t getSizeY() const override { return m_image->getSizeY(); }
+    std::uint64_t getSizeZ() const override { return m_image->getSizeZ(); }
+    eStripAxis::domain getAxis() const override { return Axis; }
+    const char* getAttributeName() const override { return Attr::s_name; }
     AttributePtr resolve(BaseProcessor& target) const override { return target.findAttribute<Attr>(); }
-    void assign(BaseAttribute& attribute, std::uint64_t startY, std::uint64_t rows) const override {
-        static_cast<Attr&>(attribute).init(Strip(*m_image, startY, rows));
+    /// Throws VIMRABaseProcessingException for a null image: a split is only
+    /// built over an image that is there.
+    void setImage(ImageHandle image) {
+        if (!image) throwMissingImage(Attr::s_name);
+        m_image = std::move(image);
     }
+
+protected:
+    Image& image() const { return *m_image; }
 
 private:
     ImageHandle m_image;
+};
+
+/// Cuts a 2d image (`Image` is `const image::BaseImage` for inputs) into y strips.
+template <class Lvl3, class Image, class Attr>
+class ImageYStrip2dSplit final : public BaseImageStripSplit<Image, Attr, eStripAxis::eY> {
+public:
+    using Strip = typename Attr::value_type;
+    void initBase(boost::shared_ptr<Image> image, unsigned allocation, unsigned dirX, unsigned dirY) {
+        (void)allocation, (void)dirX, (void)dirY;
+        this->setImage(std::move(image));
+    }
+    void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const override {
+        static_cast<Attr&>(attribute).init(Strip(this->image(), start, count));
+    }
+};
+
+/// Cuts a 3d volume into z strips (bands of whole planes).
+template <class Lvl3, class Image, class Attr>
+class ImageZStrip3dSplit final : public BaseImageStripSplit<Image, Attr, eStripAxis::eZ> {
+public:
+    using Strip = typename Attr::value_type;
+    void initBase(boost::shared_ptr<Image> image, unsigned allocation, unsigned dirX, unsigned dirY) {
+        (void)allocation, (void)dirX, (void)dirY;
+        this->setImage(std::move(image));
+    }
+    void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const override {
+        static_cast<Attr&>(attribute).init(Strip(this->image(), start, count));
+    }
+};
+
+/// Cuts a 2d input image into y strips read through a neighbourhood of
+/// `kernelSizeX` columns and `kernelSizeY` rows on each side.
+template <class Lvl3, class Attr>
+class ImageYStrip2dWithKernelSplit final
+    : public BaseImageStripSplit<const image::BaseImage, Attr, eStripAxis::eY> {
+public:
+    using Strip = typename Attr::value_type;
+    void initBase(image::ConstImagePtr image, std::uint64_t kernelSizeX, std::uint64_t kernelSizeY,
+                  unsigned allocation = 0) {
+        (void)allocation;
+        this->setImage(std::move(image));
+        m_kx = kernelSizeX, m_ky = kernelSizeY;
+    }
+    void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const override {
+        static_cast<Attr&>(attribute).init(Strip(this->image(), start, count, m_kx, m_ky));
+    }
+
+private:
+    std::uint64_t m_kx = 0, m_ky = 0;
+};
+
+/// Cuts a 3d input volume into z strips read through a neighbourhood.
+template <class Lvl3, class Attr>
+class ImageZStrip3dWithKernelSplit final
+    : public BaseImageStripSplit<const image::BaseImage, Attr, eStripAxis::eZ> {
+public:
+    using Strip = typename Attr::value_type;
+    void initBase(image::ConstImagePtr image, std::uint64_t kernelSizeX, std::uint64_t kernelSizeY,
+                  std::uint64_t kernelSizeZ, unsigned allocation = 0) {
+        (void)allocation;
+        this->setImage(std::move(image));
+        m_kx = kernelSizeX, m_ky = kernelSizeY, m_kz = kernelSizeZ;
+    }
+    void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const override {
+        static_cast<Attr&>(attribute).init(Strip(this->image(), start, count, m_kx, m_ky, m_kz));
+    }
+
+private:
+    std::uint64_t m_kx = 0, m_ky = 0, m_kz = 0;
 };
 
 /// Hands the same value to every strip run.
@@ -167,8 +253,12 @@ template <class Attr>
 class DynamicNoSplit final : public BaseDynamicSplit {
 public:
     void initBase(const typename Attr::value_type& value) { m_value = value; }
+    bool hasExtent() const override { return false; }
     std::uint64_t getSizeX() const override { return 0; }
     std::uint64_t getSizeY() const override { return 0; }
+    std::uint64_t getSizeZ() const override { return 0; }
+    eStripAxis::domain getAxis() const override { return eStripAxis::eY; }
+    const char* getAttributeName() const override { return Attr::s_name; }
     AttributePtr resolve(BaseProcessor& target) const override { return target.findAttribute<Attr>(); }
     void assign(BaseAttribute& attribute, std::uint64_t, std::uint64_t) const override {
         static_cast<Attr&>(attribute).setValue(m_value);
@@ -178,10 +268,12 @@ private:
     typename Attr::value_type m_value{};
 };
 
-/// Runs level-3 processors over strips of rows on the worker threads. Strip
-/// heights keep every strip but the last of a multiple of 64 elements, so vector
-/// kernels that overrun their strip never touch another strip's pixels. One
-/// level-3 processor is created per scheduled chunk and reused for its strips.
+/// Runs level-3 processors over strips on the worker threads. Strip heights keep
+/// every strip but the last of a multiple of 64 elements, so vector kernels that
+/// overrun their strip never touch another strip's pixels. One level-3 processor
+/// is created per scheduled chunk and reused for its strips; its rule (if any)
+/// is checked on the chunk's first strip. Work below the policy's parallel
+/// threshold runs on the calling thread.
 class BaseDynamicProcessorDispatcher : public BaseProcessorDispatcher<DynamicSplitPtr> {
 public:
     BoolResult run(RunContext& context) override;

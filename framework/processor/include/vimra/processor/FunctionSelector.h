@@ -13,10 +13,33 @@
 
 namespace vimra::processor {
 
-/// What a typed kernel receives for one strip. The first field is the number of
-/// elements to process; buffers are flat runs of elements (inputs first).
+/// What a typed kernel receives for one strip. `count` elements are processed
+/// as one flat run per buffer (inputs first). The geometry fields locate the
+/// strip for kernels that walk it line by line (neighbourhoods, coordinates):
+/// rows of `sizeX` elements, `rows` rows per plane, `planes` planes
+/// `planeStride` elements apart, starting at row `startY` and plane `startZ` of
+/// the sub-image.
 struct ProcessingInfo {
     std::uint64_t count = 0;
+    std::uint64_t sizeX = 0;
+    std::uint64_t rows = 0;
+    std::uint64_t planes = 1;
+    std::uint64_t planeStride = 0;
+    std::uint64_t startY = 0;
+    std::uint64_t startZ = 0;
+};
+
+/// The value parameters of an operation as its kernels read them: the level-3
+/// processor copies its value attributes here once per chunk of strips, in the
+/// operation's order (a range takes two slots, Min then Max; an unset optional
+/// value its operation's default).
+struct KernelParams {
+    static constexpr int s_max = 8;
+    double values[s_max] = {};
+    int count = 0;
+    void push(double v) {
+        if (count < s_max) values[count++] = v;
+    }
 };
 
 struct KernelArgs {
@@ -25,8 +48,11 @@ struct KernelArgs {
     static constexpr int s_maxOutputs = 2;
     const void* in[s_maxInputs] = {};
     void* out[s_maxOutputs] = {};
-    /// Operation parameters (scalars, ranges), owned by the level-3 processor.
-    const void* params = nullptr;
+    /// Operation parameters (scalars, ranges), owned by the level-3 processor and
+    /// read by the kernel once per strip.
+    const KernelParams* params = nullptr;
+    /// Store results with non-temporal stores where the kernel supports it.
+    bool streamingStores = false;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.
@@ -165,14 +191,47 @@ private:
     std::unordered_map<std::uint64_t, std::vector<Entry>> m_entries;
 };
 
-/// Registers a table of element-type kernels under every buffer-type combination.
-/// `table` holds 7^arity kernels, indexed by element indices (first strip most
-/// significant); every combination of the eleven buffer types of `arity` strips
-/// is registered, first strip outermost, each running 1 to 11. With `onlyFloat`
-/// the table holds a single kernel, registered for the all-float combination only. Returns the number of
-/// registrations; failures are logged.
+/// How a table of element-type kernels maps onto buffer-type keys.
+///
+/// A table is indexed by the kernel's type parameters, parameter 0 most
+/// significant, each running over the element types of its domain in element
+/// order (a domain is a bit mask over element indices 0..6). A key has one slot
+/// per strip (inputs first): a slot takes the buffer type of one parameter, or a
+/// fixed buffer type. Registration walks every buffer type of every parameter's
+/// domain, parameter 0 outermost, each running 1 to 11.
+///   two inputs and an output:   3 parameters, slots (0, 1, 2)         1331 keys
+///   inputs sharing a type:      2 parameters, slots (0, 0, 1)          121 keys
+///   output type only:           1 parameter,  slots (float, 0)          11 keys
+///   no type parameter:          0 parameters, slots (float, float)       1 key
+struct KernelSignature {
+    static constexpr int s_maxParams = 4;
+    static constexpr std::uint8_t s_allElements = 0x7f;
+    static constexpr std::int8_t s_fixed = -1;
+
+    int params = 0;
+    std::uint8_t domains[s_maxParams] = {};
+    int slots = 0;
+    std::int8_t slotParam[DataTypeIdentifierColl::s_maxStrips] = {};
+    image::eImageBufferType::domain slotFixed[DataTypeIdentifierColl::s_maxStrips] = {};
+
+    /// Kernels in a table of this signature (the product of the domain sizes).
+    std::size_t tableSize() const;
+    /// Keys registered for a table (the product of the domains' buffer-type counts).
+    std::size_t keyCount() const;
+    /// False for out-of-range counts, empty domains or slots naming no parameter.
+    bool isValid() const;
+};
+
+/// Registers `table` (KernelSignature::tableSize() kernels) under every key of
+/// the signature. Returns the number of registrations; failures are logged.
 std::size_t registerKernelTable(AlgorithmFunctionSelector& selector, eInstructionSet::domain set,
-                                const AlgorithmFunction* table, int arity, bool onlyFloat = false);
+                                const AlgorithmFunction* table, const KernelSignature& signature);
+
+/// Level-3 classes make their selectors known by type name, so that tests and
+/// tools reach any class's kernels without naming its C++ type.
+void registerFunctionSelector(const std::string& typeName, AlgorithmFunctionSelector& selector);
+AlgorithmFunctionSelector* findFunctionSelector(const std::string& typeName);
+std::vector<std::string> getFunctionSelectorNames();
 
 /// Static-initialiser helper of an instruction-set kernel file: registers the
 /// table only when core::isAvailable(set). It lives in the baseline-compiled
@@ -180,7 +239,7 @@ std::size_t registerKernelTable(AlgorithmFunctionSelector& selector, eInstructio
 class KernelTableRegistration {
 public:
     KernelTableRegistration(AlgorithmFunctionSelector& (*selector)(), eInstructionSet::domain set,
-                            const AlgorithmFunction* table, int arity, bool onlyFloat = false);
+                            const AlgorithmFunction* table, const KernelSignature& signature);
     std::size_t getCount() const { return m_count; }
 
 private:

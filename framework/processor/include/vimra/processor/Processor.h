@@ -12,6 +12,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <atomic>
+#include <cstring>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -85,11 +86,12 @@ public:
     const typename Attr::value_type& getStorage() const {
         return const_cast<BaseProcessor*>(this)->accessAttribute<Attr>("getStorage").getValue();
     }
-    /// The attribute object of type Attr, or null.
+    /// The attribute object of type Attr, or null. Found by name: an attribute
+    /// name denotes one attribute type throughout the framework.
     template <class Attr>
     boost::shared_ptr<Attr> findAttribute() const {
         for (const AttributePtr& a : m_attributes)
-            if (auto typed = boost::dynamic_pointer_cast<Attr>(a)) return typed;
+            if (std::strcmp(a->getName(), Attr::s_name) == 0) return boost::static_pointer_cast<Attr>(a);
         return {};
     }
 
@@ -102,6 +104,9 @@ public:
 
     /// Runs the processor in the given context (used by dispatchers and by run()).
     BoolResult execute(RunContext& context);
+    /// Runs again with new values of already checked attributes: skips the
+    /// checks, the rule and output creation (strips after the first of a chunk).
+    BoolResult executeUnchecked(RunContext& context);
 
     /// The framework's part of serialisation: the attributes in order.
     void write(core::BaseOArchive& archive) const override;
@@ -119,7 +124,7 @@ protected:
     /// The work of a run once checks and output initialisation are done.
     virtual BoolResult runDerived(RunContext& context);
 
-    /// Throws VIMRABaseProcessingException naming the accessor when not initialised.
+    /// Logs and throws VIMRABaseProcessingException naming the accessor when not initialised.
     void checkInitialized(const char* accessor) const;
 
 private:

@@ -1,11 +1,12 @@
 #pragma once
 
-// How an operation's attributes look at each level. An operation picks a shape
-// (or writes its own from these pieces) and states nothing else about its
-// attributes: the level classes derive attribute creation, splits and kernel
-// arguments from it.
+// The vocabulary of an operation's declaration: how each image and value looks
+// at each level, how outputs are created, which rules hold. An operation is one
+// struct (see Frame/PixelwiseLevels.h for its members); the level classes derive
+// attribute creation, splits, kernel arguments and entry functions from it.
 
 #include <vimra/processor/Attribute.h>
+#include <vimra/processor/Dispatcher.h>
 #include <vimra/processor/OutputInitializer.h>
 #include <vimra/processor/Rule.h>
 
@@ -16,7 +17,7 @@ struct TypeList {
     static constexpr int size = sizeof...(T);
 };
 
-/// One image through the levels: level-1 image, level-2 sub-image, level-3 strip.
+/// One input image through the levels: level-1 image, level-2 sub-image, level-3 strip.
 template <class Lvl1Attr, class Lvl2Attr, class Lvl3Attr>
 struct ImageChain {
     using Lvl1 = Lvl1Attr;
@@ -24,55 +25,60 @@ struct ImageChain {
     using Lvl3 = Lvl3Attr;
 };
 
-/// A value handed unchanged to every level.
-template <class Attr>
+/// One output image through the levels, with the initialiser that creates it
+/// when the caller gives none.
+template <class Lvl1Attr, class Lvl2Attr, class Lvl3Attr, class InitializerT>
+struct OutputChain : ImageChain<Lvl1Attr, Lvl2Attr, Lvl3Attr> {
+    using Initializer = InitializerT;
+};
+
+/// A value handed unchanged to every level. Kernels read it once per strip;
+/// an unset optional value reads as `Default`.
+template <class Attr, double Default = 0.0>
 struct ValueChain {
     using Lvl1 = Attr;
     using Lvl2 = Attr;
     using Lvl3 = Attr;
+    static constexpr double s_default = Default;
 };
-
-namespace shape {
-
-using In1 = ImageChain<attr::InImg1, attr::InSubImg2d1, attr::InYStrip2d1>;
-using In2 = ImageChain<attr::InImg2, attr::InSubImg2d2, attr::InYStrip2d2>;
-using In = ImageChain<attr::InImg, attr::InSubImg2d, attr::InYStrip2d>;
-using Out = ImageChain<attr::OutImg, attr::OutImg, attr::OutYStrip2d>;
-
-/// Two input images of equal size, one output.
-struct ImgImg {
-    using Inputs = TypeList<In1, In2>;
-    using Values = TypeList<>;
-    using Outputs = TypeList<Out>;
-};
-
-/// One input image, one output.
-struct Img {
-    using Inputs = TypeList<In>;
-    using Values = TypeList<>;
-    using Outputs = TypeList<Out>;
-};
-
-}  // namespace shape
 
 // ---- output initialisers, chosen by the operation ------------------------------------------
 
-template <processor::ePromoteBinaryType::domain Rule, bool LargerGeometry = false>
+template <processor::ePromoteBinaryType::domain Rule, bool LargerGeometry = false, class Out = attr::OutImg,
+          class In1 = attr::InImg1, class In2 = attr::InImg2>
 struct PromoteBinaryOutput {
     template <class Level>
     static processor::OutputInitializerPtr make(const Level& level) {
-        return processor::promoteBinary(level.template attribute<attr::OutImg>(),
-                                        level.template attribute<attr::InImg1>(),
-                                        level.template attribute<attr::InImg2>(), Rule, LargerGeometry);
+        return processor::promoteBinary(level.template attribute<Out>(), level.template attribute<In1>(),
+                                        level.template attribute<In2>(), Rule, LargerGeometry);
     }
 };
 
-template <processor::ePromoteUnaryType::domain Rule, class Input = attr::InImg>
+template <processor::ePromoteUnaryType::domain Rule, class Input = attr::InImg, class Out = attr::OutImg>
 struct PromoteUnaryOutput {
     template <class Level>
     static processor::OutputInitializerPtr make(const Level& level) {
-        return processor::promoteUnary(level.template attribute<attr::OutImg>(), level.template attribute<Input>(),
-                                       Rule);
+        return processor::promoteUnary(level.template attribute<Out>(), level.template attribute<Input>(), Rule);
+    }
+};
+
+/// A copy of the input's description.
+template <class Input, class Out = attr::OutImg>
+struct DuplicateOutput {
+    template <class Level>
+    static processor::OutputInitializerPtr make(const Level& level) {
+        return processor::duplicateInOut(level.template attribute<Out>(), level.template attribute<Input>(),
+                                         processor::eImageInitializerStoragePolicy::eHostMemory);
+    }
+};
+
+/// The input's geometry with a fixed buffer type.
+template <class Input, image::eImageBufferType::domain Type, class Out = attr::OutImg>
+struct FixedTypeOutput {
+    template <class Level>
+    static processor::OutputInitializerPtr make(const Level& level) {
+        return processor::duplicateInOut(level.template attribute<Out>(), level.template attribute<Input>(), Type,
+                                         processor::eImageInitializerDistributionPolicy::eSingleBuffer);
     }
 };
 
@@ -85,5 +91,34 @@ struct SizeRule {
         return level.sizeRuleOverImages();
     }
 };
+
+/// Same size everywhere, and the inputs share one buffer type.
+struct SizeAndInputTypeRule {
+    template <class Level>
+    static processor::RulePtr make(const Level& level) {
+        return processor::andRule(level.sizeRuleOverImages(), level.typeRuleOverInputs());
+    }
+};
+
+/// No rule.
+struct NoRule {
+    template <class Level>
+    static processor::RulePtr make(const Level&) {
+        return {};
+    }
+};
+
+// ---- the chains most operations use -------------------------------------------------------
+
+namespace shape {
+
+using In1 = ImageChain<attr::InImg1, attr::InSubImg2d1, attr::InYStrip2d1>;
+using In2 = ImageChain<attr::InImg2, attr::InSubImg2d2, attr::InYStrip2d2>;
+using In3 = ImageChain<attr::InImg3, attr::InSubImg2d3, attr::InYStrip2d3>;
+using In = ImageChain<attr::InImg, attr::InSubImg2d, attr::InYStrip2d>;
+template <class Initializer>
+using Out = OutputChain<attr::OutImg, attr::OutImg, attr::OutYStrip2d, Initializer>;
+
+}  // namespace shape
 
 }  // namespace vimra::imaproc::arithm

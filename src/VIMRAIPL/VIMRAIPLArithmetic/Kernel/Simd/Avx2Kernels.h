@@ -1,7 +1,8 @@
 #pragma once
 
-// AVX2 kernels: the vector kernel bodies over the AVX2 layer, and the entry points
-// that the level-3 classes call. Include only from files compiled for AVX2.
+// AVX2 kernels: the vector kernel bodies over the AVX2 layer. Include only
+// from files compiled for AVX2 (the <Op>Lvl3_avx2 files), before the
+// operation's arithmetic; VIMRA_ARITHM_ISA_KERNELS(<Op>) then registers them.
 
 #include "Avx2Layer.h"
 
@@ -9,22 +10,6 @@
 #include "VectorBody.h"
 #undef VIMRA_SIMD_NS
 
-namespace vimra::imaproc::arithm::kernel {
-
-template <>
-struct VectorBinary<eInstructionSet::eAVX2> {
-    template <class Op, class A, class B, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::avx2::binaryKernel<Op, A, B, C>(args);
-    }
-};
-
-template <>
-struct VectorUnary<eInstructionSet::eAVX2> {
-    template <class Op, class A, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::avx2::unaryKernel<Op, A, C>(args);
-    }
-};
-
-}  // namespace vimra::imaproc::arithm::kernel
+#define VIMRA_KERNEL_SET ::vimra::eInstructionSet::eAVX2
+#define VIMRA_KERNEL_ENTRY ::vimra::simd::avx2::VectorEntry
+#include "../KernelFile.h"

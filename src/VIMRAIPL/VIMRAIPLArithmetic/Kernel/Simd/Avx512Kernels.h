@@ -1,7 +1,8 @@
 #pragma once
 
-// AVX-512 kernels: the vector kernel bodies over the AVX-512 layer, and the entry points
-// that the level-3 classes call. Include only from files compiled for AVX-512.
+// AVX-512 kernels: the vector kernel bodies over the AVX-512 layer. Include only
+// from files compiled for AVX-512 (the <Op>Lvl3_avx512 files), before the
+// operation's arithmetic; VIMRA_ARITHM_ISA_KERNELS(<Op>) then registers them.
 
 #include "Avx512Layer.h"
 
@@ -9,22 +10,6 @@
 #include "VectorBody.h"
 #undef VIMRA_SIMD_NS
 
-namespace vimra::imaproc::arithm::kernel {
-
-template <>
-struct VectorBinary<eInstructionSet::eAVX512> {
-    template <class Op, class A, class B, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::avx512::binaryKernel<Op, A, B, C>(args);
-    }
-};
-
-template <>
-struct VectorUnary<eInstructionSet::eAVX512> {
-    template <class Op, class A, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::avx512::unaryKernel<Op, A, C>(args);
-    }
-};
-
-}  // namespace vimra::imaproc::arithm::kernel
+#define VIMRA_KERNEL_SET ::vimra::eInstructionSet::eAVX512
+#define VIMRA_KERNEL_ENTRY ::vimra::simd::avx512::VectorEntry
+#include "../KernelFile.h"

@@ -1,7 +1,8 @@
 #pragma once
 
-// SSE2 kernels: the vector kernel bodies over the SSE2 layer, and the entry points
-// that the level-3 classes call. Include only from files compiled for SSE2.
+// SSE2 kernels: the vector kernel bodies over the SSE2 layer. Include only
+// from files compiled for SSE2 (the <Op>Lvl3_sse2 files), before the
+// operation's arithmetic; VIMRA_ARITHM_ISA_KERNELS(<Op>) then registers them.
 
 #include "Sse2Layer.h"
 
@@ -9,22 +10,6 @@
 #include "VectorBody.h"
 #undef VIMRA_SIMD_NS
 
-namespace vimra::imaproc::arithm::kernel {
-
-template <>
-struct VectorBinary<eInstructionSet::eSSE2> {
-    template <class Op, class A, class B, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::sse2::binaryKernel<Op, A, B, C>(args);
-    }
-};
-
-template <>
-struct VectorUnary<eInstructionSet::eSSE2> {
-    template <class Op, class A, class C>
-    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
-        return simd::sse2::unaryKernel<Op, A, C>(args);
-    }
-};
-
-}  // namespace vimra::imaproc::arithm::kernel
+#define VIMRA_KERNEL_SET ::vimra::eInstructionSet::eSSE2
+#define VIMRA_KERNEL_ENTRY ::vimra::simd::sse2::VectorEntry
+#include "../KernelFile.h"

@@ -17,8 +17,12 @@
 #error "VectorBody.h is included by an instruction set's kernel header, with VIMRA_SIMD_NS set"
 #endif
 
-#include "../ScalarArithmetic.h"  // ComputationTypeT: a type rule only, no code
+#include "../Compositions.h"  // family tags and ComputationTypeT: type rules only, no code
 #include "../VectorKernels.h"
+
+#include <cstddef>
+#include <tuple>
+#include <utility>
 
 #include <cstdint>
 #include <type_traits>
@@ -297,33 +301,72 @@ inline auto vecAbs(const Block<T>& x) {
 
 // ---- kernel loops -------------------------------------------------------------------------
 
-/// out[i] = narrow<C>(Op::applyVector(widen<TC>(a[i]), widen<TC>(b[i]))), kStep
-/// elements per step, up to the element count rounded up to a whole step.
+namespace families = imaproc::arithm::kernel::tags;
+
+/// Two inputs in the computation type: out = narrow<C>(op(widen<TC>(a), widen<TC>(b))).
 template <class Op, class A, class B, class C>
-processor::ProcessingResult<bool> binaryKernel(const processor::KernelArgs& args) {
+inline void vectorStep(families::BinaryInComputationType, const Op& op, std::uint64_t i, const A* a, const B* b,
+                       C* c) {
     using TC = imaproc::arithm::kernel::ComputationTypeT<A, B, C>;
-    const A* a = static_cast<const A*>(args.in[0]);
-    const B* b = static_cast<const B*>(args.in[1]);
-    C* out = static_cast<C*>(args.out[0]);
-    const std::uint64_t n = args.info.count;
-    for (std::uint64_t i = 0; i < n; i += kStep) {
-        const Block<TC> va = widen<TC>(load(a + i));
-        const Block<TC> vb = widen<TC>(load(b + i));
-        store(out + i, narrow<C>(Op::applyVector(va, vb)));
+    store(c + i, narrow<C>(op.applyVector(widen<TC>(load(a + i)), widen<TC>(load(b + i)))));
+}
+
+/// One input: out = convert<C>(op(a)).
+template <class Op, class A, class C>
+inline void vectorStep(families::UnaryConvert, const Op& op, std::uint64_t i, const A* a, C* c) {
+    store(c + i, convert<C>(op.applyVector(load(a + i))));
+}
+
+/// The operation object of one strip (see kernel::bind); a `Bound` is told the
+/// instruction set, so that its code is this set's own.
+template <class Arith, eInstructionSet::domain S, class... T>
+inline auto bindStrip(const processor::KernelParams* params) {
+    if constexpr (requires { typename Arith::template Bound<S, T...>; }) {
+        return typename Arith::template Bound<S, T...>(*params);
+    } else {
+        (void)params;
+        return Arith{};
     }
+}
+
+template <class T, std::size_t K, int Inputs>
+inline auto stripAt(const processor::KernelArgs& args) {
+    if constexpr (K < static_cast<std::size_t>(Inputs)) {
+        return static_cast<const T*>(args.in[K]);
+    } else {
+        return static_cast<T*>(args.out[K - static_cast<std::size_t>(Inputs)]);
+    }
+}
+
+/// kStep elements per step, up to the element count rounded up to a whole step.
+template <class Arith, class Op, class... Ptr>
+inline void vectorLoop(const Op& op, std::uint64_t count, Ptr... strips) {
+    for (std::uint64_t i = 0; i < count; i += kStep) vectorStep(typename Arith::Tag{}, op, i, strips...);
+}
+
+template <class Arith, eInstructionSet::domain S, class... T, std::size_t... K>
+processor::ProcessingResult<bool> vectorKernel(const processor::KernelArgs& args, std::index_sequence<K...>) {
+    vectorLoop<Arith>(bindStrip<Arith, S, T...>(args.params), args.info.count,
+                      stripAt<T, K, Arith::s_inputs>(args)...);
     return imaproc::arithm::kernel::vectorKernelSuccess();
 }
 
-/// out[i] = convert<C>(Op::applyVector(a[i])), stepping as binaryKernel.
-template <class Op, class A, class C>
-processor::ProcessingResult<bool> unaryKernel(const processor::KernelArgs& args) {
-    const A* a = static_cast<const A*>(args.in[0]);
-    C* out = static_cast<C*>(args.out[0]);
-    const std::uint64_t n = args.info.count;
-    for (std::uint64_t i = 0; i < n; i += kStep) {
-        store(out + i, convert<C>(Op::applyVector(load(a + i))));
+/// The kernel of an arithmetic for parameter types P... (see kernel::KernelTable).
+template <class Arith, eInstructionSet::domain S>
+struct VectorEntry {
+    template <class... P>
+    static processor::ProcessingResult<bool> run(const processor::KernelArgs& args) {
+        return runStrips(args, typename Arith::Signature{}, static_cast<std::tuple<P...>*>(nullptr));
     }
-    return imaproc::arithm::kernel::vectorKernelSuccess();
-}
+
+private:
+    template <class... Strips, class... P>
+    static processor::ProcessingResult<bool> runStrips(const processor::KernelArgs& args,
+                                                       imaproc::arithm::kernel::Signature<Strips...>,
+                                                       std::tuple<P...>*) {
+        return vectorKernel<Arith, S, imaproc::arithm::kernel::StripType<Strips, P...>...>(
+            args, std::index_sequence_for<Strips...>{});
+    }
+};
 
 }  // namespace vimra::simd::VIMRA_SIMD_NS

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../../Kernel/ScalarArithmetic.h"
+#include "../../Kernel/Compositions.h"
 
 #include <type_traits>
 
@@ -10,7 +10,7 @@ namespace vimra::imaproc::arithm {
 /// Signed 16- and 32-bit values are their own type's absolute value (the most
 /// negative value stays itself); signed 8-bit values are widened to 16 bits first,
 /// so -128 gives 128; floats lose their sign bit.
-struct AbsImgArithmetic {
+struct AbsImgArithmetic : kernel::UnaryConvert {
     template <class TOut, class T>
     static constexpr TOut apply(T x) {
         if constexpr (std::is_same_v<T, float>) {

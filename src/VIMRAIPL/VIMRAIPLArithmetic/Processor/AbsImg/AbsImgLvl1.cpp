@@ -4,22 +4,20 @@
 
 #include "../../Frame/Registration.h"
 
+VIMRA_ARITHM_CLASS(AbsImgLvl1)
+
 namespace vimra::imaproc::arithm {
 
-namespace {
-const ClassRegistration<AbsImgLvl1> registration;
-}  // namespace
-
 ImagePtr absImg(const ConstImagePtr& inImg) { return entry::runCreating<AbsImgLvl1>(inImg); }
-void absImg(const ConstImagePtr& inImg, const ImagePtr& outImg) { entry::runInto<AbsImgLvl1>(outImg, inImg); }
+void absImg(const ConstImagePtr& inImg, const ImagePtr& outImg) { entry::runInto<AbsImgLvl1>(inImg, outImg); }
 boost::shared_ptr<AbsImgLvl1> absImg_async(const ConstImagePtr& inImg) {
-    return entry::runAsync<AbsImgLvl1>({}, inImg);
+    return entry::runAsync<AbsImgLvl1>(inImg);
 }
 boost::shared_ptr<AbsImgLvl1> absImg_async(const ConstImagePtr& inImg, const ImagePtr& outImg) {
-    return entry::runAsync<AbsImgLvl1>(outImg, inImg);
+    return entry::runAsync<AbsImgLvl1>(inImg, outImg);
 }
 ImagePtr getAsyncProcessorOutput(const boost::shared_ptr<AbsImgLvl1>& processor) {
-    return processor->getStorage<attr::OutImg>();
+    return entry::asyncOutput(processor);
 }
 
 }  // namespace vimra::imaproc::arithm

@@ -4,27 +4,25 @@
 
 #include "../../Frame/Registration.h"
 
-namespace vimra::imaproc::arithm {
+VIMRA_ARITHM_CLASS(AddImgImgLvl1)
 
-namespace {
-const ClassRegistration<AddImgImgLvl1> registration;
-}  // namespace
+namespace vimra::imaproc::arithm {
 
 ImagePtr addImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
     return entry::runCreating<AddImgImgLvl1>(inImg1, inImg2);
 }
 void addImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2, const ImagePtr& outImg) {
-    entry::runInto<AddImgImgLvl1>(outImg, inImg1, inImg2);
+    entry::runInto<AddImgImgLvl1>(inImg1, inImg2, outImg);
 }
 boost::shared_ptr<AddImgImgLvl1> addImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
-    return entry::runAsync<AddImgImgLvl1>({}, inImg1, inImg2);
+    return entry::runAsync<AddImgImgLvl1>(inImg1, inImg2);
 }
 boost::shared_ptr<AddImgImgLvl1> addImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2,
                                                  const ImagePtr& outImg) {
-    return entry::runAsync<AddImgImgLvl1>(outImg, inImg1, inImg2);
+    return entry::runAsync<AddImgImgLvl1>(inImg1, inImg2, outImg);
 }
 ImagePtr getAsyncProcessorOutput(const boost::shared_ptr<AddImgImgLvl1>& processor) {
-    return processor->getStorage<attr::OutImg>();
+    return entry::asyncOutput(processor);
 }
 
 }  // namespace vimra::imaproc::arithm

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "../../Kernel/ScalarArithmetic.h"
+#include "../../Kernel/Compositions.h"
 
 namespace vimra::imaproc::arithm {
 
 /// a / b in the computation type, 0 where b is zero (-0.0 included). Integer
 /// division truncates toward zero; the most negative signed value divided by -1
 /// gives itself.
-struct DivideImgImgArithmetic {
+struct DivideImgImgArithmetic : kernel::BinaryInComputationType {
     template <class TC>
     static constexpr TC apply(TC a, TC b) {
         return kernel::guardedDivide(a, b);

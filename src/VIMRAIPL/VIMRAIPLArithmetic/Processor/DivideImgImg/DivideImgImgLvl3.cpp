@@ -3,8 +3,4 @@
 #include "DivideImgImgArithmetic.h"
 #include "../../Frame/Registration.h"
 
-namespace vimra::imaproc::arithm {
-namespace {
-const Lvl3Registration<DivideImgImgLvl3> registration;
-}  // namespace
-}  // namespace vimra::imaproc::arithm
+VIMRA_ARITHM_LEVEL3(DivideImgImg)

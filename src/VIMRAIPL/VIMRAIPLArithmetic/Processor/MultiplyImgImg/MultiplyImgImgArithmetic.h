@@ -1,11 +1,11 @@
 #pragma once
 
-#include "../../Kernel/ScalarArithmetic.h"
+#include "../../Kernel/Compositions.h"
 
 namespace vimra::imaproc::arithm {
 
 /// a * b in the computation type; integer products keep their low bits.
-struct MultiplyImgImgArithmetic {
+struct MultiplyImgImgArithmetic : kernel::BinaryInComputationType {
     template <class TC>
     static constexpr TC apply(TC a, TC b) {
         return kernel::wrapMultiply(a, b);

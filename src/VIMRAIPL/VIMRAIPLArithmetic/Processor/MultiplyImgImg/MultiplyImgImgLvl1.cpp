@@ -4,27 +4,25 @@
 
 #include "../../Frame/Registration.h"
 
-namespace vimra::imaproc::arithm {
+VIMRA_ARITHM_CLASS(MultiplyImgImgLvl1)
 
-namespace {
-const ClassRegistration<MultiplyImgImgLvl1> registration;
-}  // namespace
+namespace vimra::imaproc::arithm {
 
 ImagePtr multiplyImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
     return entry::runCreating<MultiplyImgImgLvl1>(inImg1, inImg2);
 }
 void multiplyImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2, const ImagePtr& outImg) {
-    entry::runInto<MultiplyImgImgLvl1>(outImg, inImg1, inImg2);
+    entry::runInto<MultiplyImgImgLvl1>(inImg1, inImg2, outImg);
 }
 boost::shared_ptr<MultiplyImgImgLvl1> multiplyImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
-    return entry::runAsync<MultiplyImgImgLvl1>({}, inImg1, inImg2);
+    return entry::runAsync<MultiplyImgImgLvl1>(inImg1, inImg2);
 }
 boost::shared_ptr<MultiplyImgImgLvl1> multiplyImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2,
                                                  const ImagePtr& outImg) {
-    return entry::runAsync<MultiplyImgImgLvl1>(outImg, inImg1, inImg2);
+    return entry::runAsync<MultiplyImgImgLvl1>(inImg1, inImg2, outImg);
 }
 ImagePtr getAsyncProcessorOutput(const boost::shared_ptr<MultiplyImgImgLvl1>& processor) {
-    return processor->getStorage<attr::OutImg>();
+    return entry::asyncOutput(processor);
 }
 
 }  // namespace vimra::imaproc::arithm

@@ -1,21 +1,4 @@
-// SSE2 kernels of MultiplyImgImgLvl3: every element-type combination. Compiled with the SSE2 flags;
-// registered at load time only where the processor offers SSE2. Includes nothing
-// but the kernels, the arithmetic and the registration helper (see
-// Kernel/VectorRegistration.h).
-
 #include "../../Kernel/Simd/Sse2Kernels.h"
-
-#include "../../Kernel/VectorRegistration.h"
 #include "MultiplyImgImgArithmetic.h"
 
-namespace vimra::imaproc::arithm {
-
-class MultiplyImgImgLvl3;
-
-namespace {
-const processor::KernelTableRegistration registration =
-    kernel::registerVectorKernels<MultiplyImgImgLvl3, MultiplyImgImgArithmetic,
-                                  eInstructionSet::eSSE2, 2>();
-}  // namespace
-
-}  // namespace vimra::imaproc::arithm
+VIMRA_ARITHM_ISA_KERNELS(MultiplyImgImg)

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "../../Kernel/ScalarArithmetic.h"
+#include "../../Kernel/Compositions.h"
 
 namespace vimra::imaproc::arithm {
 
 /// a - b in the computation type, wrapping for integers.
-struct SubtractImgImgArithmetic {
+struct SubtractImgImgArithmetic : kernel::BinaryInComputationType {
     template <class TC>
     static constexpr TC apply(TC a, TC b) {
         return kernel::wrapSubtract(a, b);

@@ -4,27 +4,25 @@
 
 #include "../../Frame/Registration.h"
 
-namespace vimra::imaproc::arithm {
+VIMRA_ARITHM_CLASS(SubtractImgImgLvl1)
 
-namespace {
-const ClassRegistration<SubtractImgImgLvl1> registration;
-}  // namespace
+namespace vimra::imaproc::arithm {
 
 ImagePtr subtractImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
     return entry::runCreating<SubtractImgImgLvl1>(inImg1, inImg2);
 }
 void subtractImgImg(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2, const ImagePtr& outImg) {
-    entry::runInto<SubtractImgImgLvl1>(outImg, inImg1, inImg2);
+    entry::runInto<SubtractImgImgLvl1>(inImg1, inImg2, outImg);
 }
 boost::shared_ptr<SubtractImgImgLvl1> subtractImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2) {
-    return entry::runAsync<SubtractImgImgLvl1>({}, inImg1, inImg2);
+    return entry::runAsync<SubtractImgImgLvl1>(inImg1, inImg2);
 }
 boost::shared_ptr<SubtractImgImgLvl1> subtractImgImg_async(const ConstImagePtr& inImg1, const ConstImagePtr& inImg2,
                                                  const ImagePtr& outImg) {
-    return entry::runAsync<SubtractImgImgLvl1>(outImg, inImg1, inImg2);
+    return entry::runAsync<SubtractImgImgLvl1>(inImg1, inImg2, outImg);
 }
 ImagePtr getAsyncProcessorOutput(const boost::shared_ptr<SubtractImgImgLvl1>& processor) {
-    return processor->getStorage<attr::OutImg>();
+    return entry::asyncOutput(processor);
 }
 
 }  // namespace vimra::imaproc::arithm

@@ -2,8 +2,4 @@
 
 #include "../../Frame/Registration.h"
 
-namespace vimra::imaproc::arithm {
-namespace {
-const ClassRegistration<SubtractImgImgLvl2> registration;
-}  // namespace
-}  // namespace vimra::imaproc::arithm
+VIMRA_ARITHM_CLASS(SubtractImgImgLvl2)

@@ -11,13 +11,11 @@ struct AbsImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eAbsImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eAbsImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eAbsImgLvl3;
-    using Shape = shape::Img;
-    using Initializer = PromoteUnaryOutput<processor::ePromoteUnaryType::eAbs>;
+    using Inputs = TypeList<shape::In>;
+    using Outputs = TypeList<shape::Out<PromoteUnaryOutput<processor::ePromoteUnaryType::eAbs>>>;
     using Rule = SizeRule;
 };
 
-struct AbsImgArithmetic;
-
-class AbsImgLvl3 final : public PixelwiseLvl3<AbsImgLvl3, AbsImgOperation, AbsImgArithmetic> {};
+class AbsImgLvl3 final : public PixelwiseLvl3<AbsImgLvl3, AbsImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -11,13 +11,11 @@ struct AddImgImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eAddImgImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eAddImgImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eAddImgImgLvl3;
-    using Shape = shape::ImgImg;
-    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>;
+    using Inputs = TypeList<shape::In1, shape::In2>;
+    using Outputs = TypeList<shape::Out<PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>>>;
     using Rule = SizeRule;
 };
 
-struct AddImgImgArithmetic;
-
-class AddImgImgLvl3 final : public PixelwiseLvl3<AddImgImgLvl3, AddImgImgOperation, AddImgImgArithmetic> {};
+class AddImgImgLvl3 final : public PixelwiseLvl3<AddImgImgLvl3, AddImgImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

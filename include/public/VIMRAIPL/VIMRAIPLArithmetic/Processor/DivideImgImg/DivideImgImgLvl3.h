@@ -11,13 +11,11 @@ struct DivideImgImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eDivideImgImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eDivideImgImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eDivideImgImgLvl3;
-    using Shape = shape::ImgImg;
-    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eDivision>;
+    using Inputs = TypeList<shape::In1, shape::In2>;
+    using Outputs = TypeList<shape::Out<PromoteBinaryOutput<processor::ePromoteBinaryType::eDivision>>>;
     using Rule = SizeRule;
 };
 
-struct DivideImgImgArithmetic;
-
-class DivideImgImgLvl3 final : public PixelwiseLvl3<DivideImgImgLvl3, DivideImgImgOperation, DivideImgImgArithmetic> {};
+class DivideImgImgLvl3 final : public PixelwiseLvl3<DivideImgImgLvl3, DivideImgImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -11,13 +11,11 @@ struct MultiplyImgImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eMultiplyImgImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eMultiplyImgImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eMultiplyImgImgLvl3;
-    using Shape = shape::ImgImg;
-    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>;
+    using Inputs = TypeList<shape::In1, shape::In2>;
+    using Outputs = TypeList<shape::Out<PromoteBinaryOutput<processor::ePromoteBinaryType::eAddition>>>;
     using Rule = SizeRule;
 };
 
-struct MultiplyImgImgArithmetic;
-
-class MultiplyImgImgLvl3 final : public PixelwiseLvl3<MultiplyImgImgLvl3, MultiplyImgImgOperation, MultiplyImgImgArithmetic> {};
+class MultiplyImgImgLvl3 final : public PixelwiseLvl3<MultiplyImgImgLvl3, MultiplyImgImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

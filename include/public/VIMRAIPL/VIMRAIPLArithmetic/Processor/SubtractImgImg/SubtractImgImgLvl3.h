@@ -11,13 +11,11 @@ struct SubtractImgImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eSubtractImgImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eSubtractImgImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eSubtractImgImgLvl3;
-    using Shape = shape::ImgImg;
-    using Initializer = PromoteBinaryOutput<processor::ePromoteBinaryType::eSubtraction>;
+    using Inputs = TypeList<shape::In1, shape::In2>;
+    using Outputs = TypeList<shape::Out<PromoteBinaryOutput<processor::ePromoteBinaryType::eSubtraction>>>;
     using Rule = SizeRule;
 };
 
-struct SubtractImgImgArithmetic;
-
-class SubtractImgImgLvl3 final : public PixelwiseLvl3<SubtractImgImgLvl3, SubtractImgImgOperation, SubtractImgImgArithmetic> {};
+class SubtractImgImgLvl3 final : public PixelwiseLvl3<SubtractImgImgLvl3, SubtractImgImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

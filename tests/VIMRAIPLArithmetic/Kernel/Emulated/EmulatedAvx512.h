@@ -1,3 +1,5 @@
+#pragma once
+
 // The AVX-512 kernels compiled a second time, for the baseline processor, against
 // SIMDe (SIMD Everywhere), which implements the _mm512_* intrinsics in portable
 // code: their bodies and most of their layer then run, and are tested, on any
@@ -106,42 +108,20 @@ inline __m256i cvtepi32_epi16(__m512i x) {
 #include <Kernel/Simd/VectorBody.h>
 #undef VIMRA_SIMD_NS
 
-#define VIMRA_TEST_NS avx512emu
-#include "LayerProbes.inc"
+#include "../KernelsUnderTest.h"
 
-#include <Processor/AbsImg/AbsImgArithmetic.h>
-#include <Processor/AddImgImg/AddImgImgArithmetic.h>
-#include <Processor/DivideImgImg/DivideImgImgArithmetic.h>
-#include <Processor/MultiplyImgImg/MultiplyImgImgArithmetic.h>
-#include <Processor/SubtractImgImg/SubtractImgImgArithmetic.h>
+#include <vimra/processor/FunctionSelector.h>
 
-namespace vimra::simd::avx512emu::test {
+/// Registers the emulated AVX-512 kernels of an operation into the test's
+/// selector of that operation (under the standard set: the real processor
+/// check does not apply to portable code).
+#define VIMRA_TEST_EMULATED_KERNELS(Op)                                                              \
+    namespace {                                                                                     \
+    using Op##Table = ::vimra::imaproc::arithm::kernel::KernelTable<::vimra::simd::avx512emu::VectorEntry, \
+                                                                   ::vimra::imaproc::arithm::Op##Arithmetic, \
+                                                                   ::vimra::eInstructionSet::eAVX512>;  \
+    const std::size_t g_##Op##Registered = ::vimra::processor::registerKernelTable(                  \
+        ::vimra::arithm_test::emulatedSelector(#Op), ::vimra::eInstructionSet::eStandard,           \
+        Op##Table::s_data, Op##Table::s_signature);                                                 \
+    }
 
-using namespace imaproc::arithm;
-using processor::AlgorithmFunction;
-
-template <class Op, std::size_t... I>
-constexpr std::array<AlgorithmFunction, sizeof...(I)> binaryTable(std::index_sequence<I...>) {
-    return {&binaryKernel<Op, Elem<I / 49>, Elem<(I / 7) % 7>, Elem<I % 7>>...};
-}
-
-template <std::size_t... I>
-constexpr std::array<AlgorithmFunction, sizeof...(I)> absTable(std::index_sequence<I...>) {
-    return {&unaryKernel<AbsImgArithmetic, Elem<I / 7>, Elem<I % 7>>...};
-}
-
-constexpr auto s_tripleIndices = std::make_index_sequence<arithm_test::s_triples>{};
-constexpr auto s_pairIndices = std::make_index_sequence<arithm_test::s_pairs>{};
-
-}  // namespace vimra::simd::avx512emu::test
-
-namespace vimra::arithm_test {
-using namespace simd::avx512emu::test;
-constexpr KernelTables g_avx512EmulatedKernels = {
-    {binaryTable<AddImgImgArithmetic>(s_tripleIndices),
-     binaryTable<SubtractImgImgArithmetic>(s_tripleIndices),
-     binaryTable<MultiplyImgImgArithmetic>(s_tripleIndices),
-     binaryTable<DivideImgImgArithmetic>(s_tripleIndices)},
-    absTable(s_pairIndices),
-    makeProbes(s_pairIndices)};
-}  // namespace vimra::arithm_test

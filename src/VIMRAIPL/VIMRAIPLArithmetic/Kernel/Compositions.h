@@ -1,0 +1,92 @@
+#pragma once
+
+// The per-pixel composition of each operation family, written once: convert the
+// inputs, apply the operation's scalar face, convert to the output. The portable
+// kernels call `pixel` in their loop and a GPU kernel calls the same function per
+// thread, so both compute every pixel alike. Each family's vector counterpart is
+// in Simd/VectorBody.h, chosen by the family's tag.
+//
+// An operation's arithmetic derives from its family and adds its faces:
+//   struct AddImgImgArithmetic : kernel::BinaryInComputationType {
+//       template <class TC> static constexpr TC apply(TC a, TC b);   // scalar face
+//       template <class V> static V applyVector(const V& a, const V& b);  // vector face
+//   };
+// An arithmetic with parameters also defines `template <class... T> struct Bound`,
+// built once per strip from the kernel parameters (processor::KernelParams) and
+// holding the per-strip constants; its faces are then member functions.
+
+#include "ScalarArithmetic.h"
+#include "Signature.h"
+
+#include <cstdint>
+
+#if defined(__CUDACC__)
+#define VIMRA_HOST_DEVICE __host__ __device__
+#else
+#define VIMRA_HOST_DEVICE
+#endif
+
+namespace vimra::imaproc::arithm::kernel {
+
+namespace tags {
+struct BinaryInComputationType {};
+struct UnaryConvert {};
+}  // namespace tags
+
+/// What every family states by default: instruction-set coverage.
+struct FamilyDefaults {
+    static constexpr std::uint8_t domain(eInstructionSet::domain set, int param) { return defaultDomain(set, param); }
+};
+
+/// Two inputs, one output, each its own type; both operands converted to the
+/// computation type of the three (ComputationType), the result narrowed to the
+/// output by the standard conversion (wrap-around; the vector kernels saturate).
+struct BinaryInComputationType : FamilyDefaults {
+    using Tag = tags::BinaryInComputationType;
+    using Signature = kernel::Signature<Param<0>, Param<1>, Param<2>>;
+    static constexpr int s_inputs = 2;
+
+    template <class Op, class A, class B, class C>
+    VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, const B* b, C* c) {
+        using TC = ComputationTypeT<A, B, C>;
+        c[i] = narrowWrap<C>(op.apply(toComputation<TC>(a[i]), toComputation<TC>(b[i])));
+    }
+};
+
+/// One input, one output: the operation's scalar face converts to the output
+/// type itself (`apply<TOut>(x)`); its vector face returns a block of the value
+/// type, which the kernel converts.
+struct UnaryConvert : FamilyDefaults {
+    using Tag = tags::UnaryConvert;
+    using Signature = kernel::Signature<Param<0>, Param<1>>;
+    static constexpr int s_inputs = 1;
+
+    template <class Op, class A, class C>
+    VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, C* c) {
+        c[i] = op.template apply<C>(a[i]);
+    }
+};
+
+/// The operation object a kernel applies to one strip: the arithmetic's
+/// `Bound<T...>` built from the strip's parameters, or the stateless arithmetic.
+template <class Arith, class... T>
+VIMRA_HOST_DEVICE constexpr auto bind(const processor::KernelParams* params) {
+    if constexpr (requires { typename Arith::template Bound<T...>; }) {
+        return typename Arith::template Bound<T...>(*params);
+    } else {
+        (void)params;
+        return Arith{};
+    }
+}
+
+/// Pointer to strip K of a kernel with `Inputs` inputs, typed T.
+template <class T, std::size_t K, int Inputs>
+constexpr auto stripPointer(const processor::KernelArgs& args) {
+    if constexpr (K < static_cast<std::size_t>(Inputs)) {
+        return static_cast<const T*>(args.in[K]);
+    } else {
+        return static_cast<T*>(args.out[K - static_cast<std::size_t>(Inputs)]);
+    }
+}
+
+}  // namespace vimra::imaproc::arithm::kernel
