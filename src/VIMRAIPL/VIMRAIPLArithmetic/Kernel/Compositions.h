@@ -11,9 +11,11 @@
 //       template <class TC> static constexpr TC apply(TC a, TC b);   // scalar face
 //       template <class V> static V applyVector(const V& a, const V& b);  // vector face
 //   };
-// An arithmetic with parameters also defines `template <class... T> struct Bound`,
-// built once per strip from the kernel parameters (processor::KernelParams) and
-// holding the per-strip constants; its faces are then member functions.
+// An arithmetic with parameters also defines
+//   template <eInstructionSet::domain S, class... T> struct Bound
+// built once per strip from the kernel parameters (processor::KernelParams) for
+// the strips' element types T... and holding the per-strip constants; its faces
+// are then member functions. (S keeps each instruction set's copy its own.)
 
 #include "ScalarArithmetic.h"
 #include "Signature.h"
@@ -69,10 +71,10 @@ struct UnaryConvert : FamilyDefaults {
 
 /// The operation object a kernel applies to one strip: the arithmetic's
 /// `Bound<T...>` built from the strip's parameters, or the stateless arithmetic.
-template <class Arith, class... T>
+template <class Arith, eInstructionSet::domain S, class... T>
 VIMRA_HOST_DEVICE constexpr auto bind(const processor::KernelParams* params) {
-    if constexpr (requires { typename Arith::template Bound<T...>; }) {
-        return typename Arith::template Bound<T...>(*params);
+    if constexpr (requires { typename Arith::template Bound<S, T...>; }) {
+        return typename Arith::template Bound<S, T...>(*params);
     } else {
         (void)params;
         return Arith{};
