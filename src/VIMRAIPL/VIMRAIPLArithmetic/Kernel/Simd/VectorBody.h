@@ -50,6 +50,7 @@ using RegOf = typename RegSelect<isFloatLane<T>>::type;
 // stack and copies them at every step.
 template <class T>
 struct Block {
+    using Lane = T;
     static constexpr int s_regs = sizeof(T);
     static constexpr int s_lanesPerReg = kRegBytes / static_cast<int>(sizeof(T));
     RegOf<T> r[s_regs];
@@ -226,77 +227,30 @@ inline Block<To> wrapFrom32(const Block<From>& x) {
     }
 }
 
-// ---- the operations' vector faces (found by argument-dependent lookup) -------------------
+// ---- what the operations' vector faces use ----------------------------------------------
 
+/// The lane kind of T for this set. It derives from LaneTag<T>, so the layer's
+/// primitives accept it, and lives in this set's namespace, so that a call made
+/// with it from an operation's vector face (written outside any set) finds them.
 template <class T>
-inline Block<T> vecAdd(const Block<T>& a, const Block<T>& b) {
+struct Lanes : LaneTag<T> {};
+
+/// f(Lanes<T>{}, register) for every register of a block.
+template <class T, class F>
+inline Block<T> lanewise(const Block<T>& x, F f) {
     Block<T> r;
 #pragma GCC unroll 4
-    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = add(LaneTag<T>{}, a.r[j], b.r[j]);
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = f(Lanes<T>{}, x.r[j]);
     return r;
 }
 
-template <class T>
-inline Block<T> vecSubtract(const Block<T>& a, const Block<T>& b) {
+/// f(Lanes<T>{}, register of a, register of b) for every register of two blocks.
+template <class T, class F>
+inline Block<T> lanewise(const Block<T>& a, const Block<T>& b, F f) {
     Block<T> r;
 #pragma GCC unroll 4
-    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = subtract(LaneTag<T>{}, a.r[j], b.r[j]);
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = f(Lanes<T>{}, a.r[j], b.r[j]);
     return r;
-}
-
-template <class T>
-inline Block<T> vecMultiply(const Block<T>& a, const Block<T>& b) {
-    Block<T> r;
-#pragma GCC unroll 4
-    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = multiply(LaneTag<T>{}, a.r[j], b.r[j]);
-    return r;
-}
-
-/// Float lanes: a / b, with +0 where b is zero. Integer lanes: both operands
-/// converted to float, divided, truncated toward zero and brought back to T
-/// (unsigned 32-bit through the set's truncateToUInt32, narrower types keeping
-/// the low bits, so that -32768 / -1 wraps like the integer quotient), with 0
-/// where b is zero. Exact for 8- and 16-bit lanes; 32-bit operands beyond 2^24
-/// are rounded to float first.
-template <class T>
-inline Block<T> vecDivide(const Block<T>& a, const Block<T>& b) {
-    if constexpr (isFloatLane<T>) {
-        Block<float> r;
-#pragma GCC unroll 4
-        for (int j = 0; j < Block<float>::s_regs; ++j) {
-            r.r[j] = zeroWhereZero(F32{}, divide(F32{}, a.r[j], b.r[j]), b.r[j]);
-        }
-        return r;
-    } else {
-        const Block<float> q = vecDivide(widen<float>(a), widen<float>(b));
-        if constexpr (std::is_same_v<T, unsigned int>) {
-            return narrow<unsigned int>(q);
-        } else {
-            return wrapFrom32<T>(truncate(q));
-        }
-    }
-}
-
-/// Absolute value: float lanes lose their sign bit; signed 16- and 32-bit lanes
-/// give max(x, 0 - x) in their own type; signed 8-bit lanes are widened to 16 bits
-/// first (so the result is a block of short); unsigned lanes are returned as they are.
-template <class T>
-inline auto vecAbs(const Block<T>& x) {
-    if constexpr (isFloatLane<T>) {
-        Block<float> r;
-#pragma GCC unroll 4
-        for (int j = 0; j < Block<float>::s_regs; ++j) r.r[j] = clearSign(F32{}, x.r[j]);
-        return r;
-    } else if constexpr (std::is_same_v<T, signed char>) {
-        return vecAbs(widen<short>(x));
-    } else if constexpr (std::is_signed_v<T>) {
-        Block<T> r;
-#pragma GCC unroll 4
-        for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = absolute(LaneTag<T>{}, x.r[j]);
-        return r;
-    } else {
-        return x;
-    }
 }
 
 // ---- kernel loops -------------------------------------------------------------------------

@@ -29,7 +29,16 @@ struct AbsImgArithmetic : kernel::UnaryConvert {
     /// the kernel converts to the output type.
     template <class V>
     static auto applyVector(const V& x) {
-        return vecAbs(x);
+        using T = typename V::Lane;
+        if constexpr (std::is_same_v<T, float>) {
+            return lanewise(x, [](auto f, auto r) { return clearSign(f, r); });
+        } else if constexpr (std::is_same_v<T, signed char>) {
+            return applyVector(widen<short>(x));
+        } else if constexpr (std::is_signed_v<T>) {
+            return lanewise(x, [](auto lanes, auto r) { return absolute(lanes, r); });  // max(x, 0 - x)
+        } else {
+            return x;
+        }
     }
 };
 

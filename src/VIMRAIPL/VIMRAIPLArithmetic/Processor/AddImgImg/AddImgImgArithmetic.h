@@ -11,11 +11,10 @@ struct AddImgImgArithmetic : kernel::BinaryInComputationType {
         return kernel::wrapAdd(a, b);
     }
 
-    /// Vector face: V is an instruction set's block of computation-type lanes;
-    /// vecAdd is found in that set's namespace.
+    /// Vector face: V is an instruction set's block of computation-type lanes.
     template <class V>
     static V applyVector(const V& a, const V& b) {
-        return vecAdd(a, b);
+        return lanewise(a, b, [](auto lanes, auto x, auto y) { return add(lanes, x, y); });
     }
 };
 

@@ -11,10 +11,11 @@ struct MultiplyImgImgArithmetic : kernel::BinaryInComputationType {
         return kernel::wrapMultiply(a, b);
     }
 
-    /// Vector face: V is an instruction set's block of computation-type lanes.
+    /// Vector face: V is an instruction set's block of computation-type lanes
+    /// (low bits of each product).
     template <class V>
     static V applyVector(const V& a, const V& b) {
-        return vecMultiply(a, b);
+        return lanewise(a, b, [](auto lanes, auto x, auto y) { return multiply(lanes, x, y); });
     }
 };
 

@@ -14,7 +14,7 @@ struct SubtractImgImgArithmetic : kernel::BinaryInComputationType {
     /// Vector face: V is an instruction set's block of computation-type lanes.
     template <class V>
     static V applyVector(const V& a, const V& b) {
-        return vecSubtract(a, b);
+        return lanewise(a, b, [](auto lanes, auto x, auto y) { return subtract(lanes, x, y); });
     }
 };
 
