@@ -20,6 +20,7 @@
 #include "ScalarArithmetic.h"
 #include "Signature.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #if defined(__CUDACC__)
@@ -69,26 +70,6 @@ struct UnaryConvert : FamilyDefaults {
     }
 };
 
-/// The operation object a kernel applies to one strip: the arithmetic's
-/// `Bound<T...>` built from the strip's parameters, or the stateless arithmetic.
-template <class Arith, eInstructionSet::domain S, class... T>
-VIMRA_HOST_DEVICE constexpr auto bind(const processor::KernelParams* params) {
-    if constexpr (requires { typename Arith::template Bound<S, T...>; }) {
-        return typename Arith::template Bound<S, T...>(*params);
-    } else {
-        (void)params;
-        return Arith{};
-    }
-}
-
-/// Pointer to strip K of a kernel with `Inputs` inputs, typed T.
-template <class T, std::size_t K, int Inputs>
-constexpr auto stripPointer(const processor::KernelArgs& args) {
-    if constexpr (K < static_cast<std::size_t>(Inputs)) {
-        return static_cast<const T*>(args.in[K]);
-    } else {
-        return static_cast<T*>(args.out[K - static_cast<std::size_t>(Inputs)]);
-    }
-}
+#include "StripBinding.inc"
 
 }  // namespace vimra::imaproc::arithm::kernel

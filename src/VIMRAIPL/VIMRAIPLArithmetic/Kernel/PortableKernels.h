@@ -16,8 +16,8 @@ void portableLoop(const Op& op, std::uint64_t count, Ptr... strips) {
 
 template <class Arith, class... T, std::size_t... K>
 processor::ProcessingResult<bool> portableKernel(const processor::KernelArgs& args, std::index_sequence<K...>) {
-    portableLoop<Arith>(bind<Arith, eInstructionSet::eStandard, T...>(args.params), args.info.count,
-                        stripPointer<T, K, Arith::s_inputs>(args)...);
+    portableLoop<Arith>(bindStrip<Arith, eInstructionSet::eStandard, T...>(args.params), args.info.count,
+                        stripAt<T, K, Arith::s_inputs>(args)...);
     return {true, true};
 }
 

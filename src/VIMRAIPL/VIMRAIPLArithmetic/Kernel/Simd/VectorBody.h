@@ -271,26 +271,7 @@ inline void vectorStep(families::UnaryConvert, const Op& op, std::uint64_t i, co
     store(c + i, convert<C>(op.applyVector(load(a + i))));
 }
 
-/// The operation object of one strip (see kernel::bind); a `Bound` is told the
-/// instruction set, so that its code is this set's own.
-template <class Arith, eInstructionSet::domain S, class... T>
-inline auto bindStrip(const processor::KernelParams* params) {
-    if constexpr (requires { typename Arith::template Bound<S, T...>; }) {
-        return typename Arith::template Bound<S, T...>(*params);
-    } else {
-        (void)params;
-        return Arith{};
-    }
-}
-
-template <class T, std::size_t K, int Inputs>
-inline auto stripAt(const processor::KernelArgs& args) {
-    if constexpr (K < static_cast<std::size_t>(Inputs)) {
-        return static_cast<const T*>(args.in[K]);
-    } else {
-        return static_cast<T*>(args.out[K - static_cast<std::size_t>(Inputs)]);
-    }
-}
+#include "../StripBinding.inc"
 
 /// kStep elements per step, up to the element count rounded up to a whole step.
 template <class Arith, class Op, class... Ptr>
