@@ -66,7 +66,13 @@ public:
     }
     std::uint64_t getCount() const override { return m_image ? subImageCount(*m_image, m_type) : 0; }
     void assign(BaseProcessor& target, std::uint64_t index) const override {
-        if (m_image) target.set<Attr>(image::ImageView::create(m_image, subImageBox(*m_image, m_type, index)));
+        if (!m_image) return;
+        const image::ImageView::Box box = subImageBox(*m_image, m_type, index);
+        // A sub-image that is the whole image (a 2d plane cut from a 2d image) needs no view.
+        if (box.sizeZ == m_image->getSizeZ() && box.sizeC == m_image->getSizeC() && box.sizeT == m_image->getSizeT())
+            target.set<Attr>(m_image);
+        else
+            target.set<Attr>(image::ImageView::create(m_image, box));
     }
 
 private:

@@ -128,7 +128,9 @@ struct LevelAttributes {
     using All = typename Concat<Inputs, Values, Outputs>::type;
 };
 
-/// Owns one shared pointer per attribute type of a list.
+/// Owns one shared pointer per attribute type of a list. The attributes live in
+/// one allocation; each pointer shares its ownership, so rules' weak references
+/// behave as with separately allocated attributes.
 template <class List>
 class AttributeStore;
 template <class... A>
@@ -137,7 +139,8 @@ public:
     void create(processor::AttributeColl& coll) {
         coll.clear();
         coll.reserve(sizeof...(A));
-        ((std::get<boost::shared_ptr<A>>(m_attrs) = boost::make_shared<A>(),
+        auto block = boost::make_shared<std::tuple<A...>>();
+        ((std::get<boost::shared_ptr<A>>(m_attrs) = boost::shared_ptr<A>(block, &std::get<A>(*block)),
           coll.push_back(std::get<boost::shared_ptr<A>>(m_attrs))),
          ...);
     }
@@ -250,6 +253,7 @@ public:
     processor::ProviderPtr subImageDispatcher(unsigned priority,
                                               processor::eSubImageSplitType::domain splitType) const {
         std::vector<processor::StaticSplitPtr> splits;
+        splits.reserve(Traits::Outputs::size + Traits::Inputs::size + Traits::Values::size);
         addImageSplits<Level2>(splits, typename Traits::Outputs{}, splitType);
         addImageSplits<Level2>(splits, typename detail::Reversed<typename Traits::Inputs>::type{}, splitType);
         addValueSplits<Level2>(splits, typename Traits::Values{});
@@ -323,6 +327,7 @@ protected:
         ProcessingResult<bool> gpu = tryToLaunchGpuProcess(priority, provider);
         if (!gpu || gpu.getValue()) return gpu;
         std::vector<processor::DynamicSplitPtr> splits;
+        splits.reserve(Traits::Outputs::size + Traits::Inputs::size + Traits::Values::size);
         addSplits<image::BaseImage>(splits, typename Traits::Outputs{});
         addSplits<const image::BaseImage>(splits, typename detail::Reversed<typename Traits::Inputs>::type{});
         addValueSplits(splits, typename Traits::Values{});
