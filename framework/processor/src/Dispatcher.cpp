@@ -226,6 +226,8 @@ BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
                 return BoolResult::failure(p->getObjectName() + ": no attribute " +
                                            splits()[j]->getAttributeName() + " for its strip split");
         }
+        std::vector<image::StripParserPtr> parsers;
+        p->initDataParserColl(parsers);
         for (std::uint64_t k = begin; k < end; ++k) {
             if (context.isCancellationRequested()) break;
             const std::uint64_t start = k * height;
@@ -233,9 +235,10 @@ BoolResult BaseDynamicProcessorDispatcher::run(RunContext& context) {
             for (std::size_t j = 0; j < n; ++j) splits()[j]->assign(*targets[j], start, count);
             // The first strip of a chunk goes through the processor's checks and rule.
             ok = k == begin ? p->execute(context) : p->executeUnchecked(context);
-            if (!ok) return ok;
+            if (!ok) break;
         }
-        return BoolResult::success();
+        p->clearDataParserColl();
+        return ok;
     };
     if (elements <= policy.getParallelThreshold()) return parallelFor(context, 1, [&](std::uint64_t, std::uint64_t) {
             return runChunk(0, strips);

@@ -79,7 +79,27 @@ struct PairTestArithmetic : kernel::FamilyDefaults {
     }
 };
 
-class PairTestLvl3 final : public PixelwiseLvl3<PairTestLvl3, PairTestOperation> {};
+class PairTestLvl3 final : public PixelwiseLvl3<PairTestLvl3, PairTestOperation> {
+public:
+    static inline std::atomic<int> s_parserInits{0}, s_parserClears{0};
+    /// Line parsers of the two output strips, as a neighbourhood operation would make them.
+    void initDataParserColl(std::vector<image::StripParserPtr>& parsers) override {
+        ++s_parserInits;
+        parsers = {boost::make_shared<image::BaseLineYStrip2dParser<processor::BaseOutputYStrip2dAttribute>>(
+                       *attribute<attr::OutYStrip2d1>()),
+                   boost::make_shared<image::BaseLineYStrip2dParser<processor::BaseOutputYStrip2dAttribute>>(
+                       *attribute<attr::OutYStrip2d2>())};
+        m_lines = boost::static_pointer_cast<image::BaseLineYStrip2dParser<processor::BaseOutputYStrip2dAttribute>>(
+            parsers[0]);
+    }
+    void clearDataParserColl() override {
+        ++s_parserClears;
+        m_lines.reset();
+    }
+
+private:
+    boost::shared_ptr<image::BaseLineYStrip2dParser<processor::BaseOutputYStrip2dAttribute>> m_lines;
+};
 class PairTestLvl2 final : public PixelwiseLvl2<PairTestLvl2, PairTestOperation, PairTestLvl3> {};
 class PairTestLvl1 final : public PixelwiseLvl1<PairTestLvl1, PairTestOperation, PairTestLvl2> {};
 
@@ -263,6 +283,8 @@ TEST(Machinery, LevelThreeRuleIsCheckedOncePerChunkAndStopsTheRun) {
     a->fill(3);
     b->fill(1);
     CountingRule::s_checks = 0;
+    PairTestLvl3::s_parserInits = 0;
+    PairTestLvl3::s_parserClears = 0;
     auto p = boost::make_shared<PairTestLvl1>();
     p->init();
     useManyStrips(*p, 64, true);  // 64 strips of one row, in one chunk on this thread
@@ -270,6 +292,8 @@ TEST(Machinery, LevelThreeRuleIsCheckedOncePerChunkAndStopsTheRun) {
     p->set<attr::InImg2>(b);
     processor::executeSyncRun(p);
     EXPECT_EQ(CountingRule::s_checks.load(), 1) << "the rule must be checked once per chunk, not per strip";
+    EXPECT_EQ(PairTestLvl3::s_parserInits.load(), 1) << "parsers are made once per chunk";
+    EXPECT_EQ(PairTestLvl3::s_parserClears.load(), 1);
 
     auto sum = image::Image::create2d(eImageBufferType::eFloat, 64, 64);
     auto greater = image::Image::create2d(eImageBufferType::eFloat, 64, 64);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <vimra/core/DynamicObject.h>
+#include <vimra/image/StripParser.h>
 #include <vimra/processor/Attribute.h>
 #include <vimra/processor/DispatchPolicy.h>
 #include <vimra/processor/OutputInitializer.h>
@@ -113,6 +114,13 @@ public:
     void read(core::BaseIArchive& archive) override;
 
     virtual std::string getProcessorType() const { return "processor"; }
+
+    /// Strip processors list the parsers of their strip attributes here, in
+    /// attribute order, once per chunk of strips (a parser reads its attribute's
+    /// current strip, so one serves every strip of the chunk); clearDataParserColl
+    /// releases them. Flat kernels read their strips directly and create none.
+    virtual void initDataParserColl(std::vector<image::StripParserPtr>& parsers) { parsers.clear(); }
+    virtual void clearDataParserColl() {}
 
 protected:
     BaseProcessor() = default;
