@@ -26,6 +26,8 @@ corpus="$build/corpus/$target"
 artifacts="$build/artifacts/$target"
 mkdir -p "$corpus" "$artifacts"
 cp -n "$seeds"/* "$corpus"/ 2>/dev/null || true
-# Deep documents need a larger input than libFuzzer's default 4096 bytes.
+# Deep documents need a larger input than libFuzzer's default 4096 bytes; an
+# input that takes seconds is a finding (the readers are linear).
 exec nice -n 19 "$build/bin/fuzz_$target" -max_total_time="$seconds" -max_len=65536 \
-  -artifact_prefix="$artifacts/" -print_final_stats=1 "$@" "$corpus"
+  -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$artifacts/" -print_final_stats=1 "$@" \
+  "$corpus"
