@@ -27,7 +27,8 @@ artifacts="$build/artifacts/$target"
 mkdir -p "$corpus" "$artifacts"
 cp -n "$seeds"/* "$corpus"/ 2>/dev/null || true
 # Deep documents need a larger input than libFuzzer's default 4096 bytes; an
-# input that takes seconds is a finding (the readers are linear).
+# input that takes a minute is a finding (the readers are linear; the margin is
+# for a shared machine, where a process at the lowest priority may wait seconds).
 exec nice -n 19 "$build/bin/fuzz_$target" -max_total_time="$seconds" -max_len=65536 \
-  -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$artifacts/" -print_final_stats=1 "$@" \
+  -timeout=60 -rss_limit_mb=2048 -artifact_prefix="$artifacts/" -print_final_stats=1 "$@" \
   "$corpus"
