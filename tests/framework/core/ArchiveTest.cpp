@@ -478,7 +478,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "Invalid section name"}),
     [](const ::testing::TestParamInfo<MalformedCase>& info) { return info.param.name; });
 
-TEST(Archive, ReadsXmlAsXmlReadersDo) {
+TEST(Archive, ReadsReferencesCdataAndLineEndsAsXmlRequires) {
     // References, CDATA and line ends as an XML reader must deliver them;
     // white space in attribute values becomes spaces, references in them stay.
     BaseIArchive in(

@@ -4,9 +4,10 @@
 // other exception, no crash, no sanitizer report, no stack exhaustion. Reading
 // from a stream must give the same outcome as reading from a string. Loaded
 // archives are then read the way processors read them.
+#include "framework/core/fuzz/FuzzSupport.h"
+
 #include <vimra/core/Archive.h>
 #include <vimra/core/BaseException.h>
-#include <vimra/core/Log.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,13 +15,6 @@
 #include <string>
 
 namespace {
-
-bool silenceLogging() {
-    vimra::core::removeDefaultLogConfiguration();
-    log4cplus::Logger base = vimra::core::getBaseLogger();
-    base.setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    return true;
-}
 
 // The outcome of loading `document`: empty when it loads, the error otherwise.
 template <class Source>
@@ -61,8 +55,7 @@ void readLikeAProcessor(vimra::core::BaseIArchive& archive) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool silenced = silenceLogging();
-    (void)silenced;
+    vimra::test::silenceFrameworkLogging();
     const std::string document(reinterpret_cast<const char*>(data), size);
     const std::string fromString = load(document);
     std::istringstream stream(document);

@@ -6,8 +6,9 @@
 // is formatted with the arguments. The result is checked against a plain
 // expansion written here: %s takes the next argument (NUL bytes shown as \0),
 // %% is a percent sign, and a count mismatch gives the fallback text.
+#include "framework/core/fuzz/FuzzSupport.h"
+
 #include <vimra/core/BaseException.h>
-#include <vimra/core/Log.h>
 #include <vimra/core/LogMessageFormater.h>
 #include <vimra/core/MessageManager.h>
 
@@ -19,13 +20,6 @@
 #include <vector>
 
 namespace {
-
-bool silenceLogging() {
-    vimra::core::removeDefaultLogConfiguration();
-    log4cplus::Logger base = vimra::core::getBaseLogger();
-    base.setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    return true;
-}
 
 // Only %s and %% are placeholders, and a text holds no NUL byte.
 bool isPlainText(std::string_view text) {
@@ -67,8 +61,7 @@ std::optional<std::string> expand(std::string_view text, const std::vector<std::
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool silenced = silenceLogging();
-    (void)silenced;
+    vimra::test::silenceFrameworkLogging();
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     std::vector<std::string> parts;
     for (std::size_t start = 0;;) {
