@@ -10,6 +10,7 @@ cd "$(dirname "$0")/.."
 target="${1:?usage: scripts/fuzz.sh <archive|message_format> [seconds] [libFuzzer options...]}"
 seconds="${2:-60}"
 shift $(( $# < 2 ? $# : 2 ))
+scripts/install-deps.sh --fuzz
 clang="${CLANG:-clang++-14}"
 build=build/fuzz
 seeds="tests/framework/core/corpus/$target"
