@@ -10,13 +10,14 @@
 #include <cctype>
 #include <charconv>
 #include <istream>
-#include <iterator>
 #include <map>
-#include <optional>
 #include <ostream>
 #include <set>
 #include <sstream>
+#include <streambuf>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // Document layout (docs/archive-format.md):
