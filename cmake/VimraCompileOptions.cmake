@@ -60,3 +60,16 @@ function(vimra_isa_sources target isa)
     COMPILE_OPTIONS "${VIMRA_FLAGS_${isa}}"
     SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
+
+# libFuzzer builds (scripts/fuzz.sh): everything is instrumented for coverage and
+# checked by AddressSanitizer and UndefinedBehaviorSanitizer; the fuzz targets of
+# tests/framework/core link libFuzzer's driver.
+option(VIMRA_FUZZ "Build the libFuzzer targets (clang only)" OFF)
+if(VIMRA_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "VIMRA_FUZZ needs clang (scripts/fuzz.sh configures it)")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -5,6 +5,7 @@
 #   scripts/install-deps.sh --bench    also the peers the benchmarks compare with
 #   scripts/install-deps.sh --tsan     also what scripts/build-sanitized-tbb.sh needs
 #                                      (apt-get source unpacks with dpkg-dev)
+#   scripts/install-deps.sh --fuzz     also clang and libFuzzer for scripts/fuzz.sh
 set -euo pipefail
 
 packages=(
@@ -19,6 +20,7 @@ for group in "$@"; do
   case "$group" in
     --bench) packages+=(libopencv-dev python3-numexpr) ;;
     --tsan) packages+=(dpkg-dev) ;;
+    --fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     *) echo "install-deps: unknown option $group" >&2; exit 2 ;;
   esac
 done

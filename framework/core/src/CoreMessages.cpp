@@ -20,6 +20,8 @@ constexpr MessageEntry s_coreMessages[] = {
     {eCoreMessage::eProcessorRegistrationRefused,
      "Processor factory registration of \"%s\" refused: empty type name or missing creator"},
     {eCoreMessage::eCreatedObjectHasOtherType, "Object created for type %s is not a %s"},
+    {eCoreMessage::eInvalidMessageText, "Text of message %s of %s in the domain %s refused: %s"},
+    {eCoreMessage::eMessageMapRefused, "Message table %s of the domain %s is not registered: %s"},
 };
 
 constexpr MessageEntry s_serializationMessages[] = {

@@ -1,5 +1,6 @@
 #include <vimra/core/BaseException.h>
 #include <vimra/core/CoreMessages.h>
+#include <vimra/core/Log.h>
 #include <vimra/core/LogMessageFormater.h>
 #include <vimra/core/MessageManager.h>
 
@@ -22,11 +23,22 @@ MessageManager& MessageManager::getInstance(const std::string& domain) {
 }
 
 void MessageManager::add(const std::string& enumTypeName, unsigned value, const std::string& text) {
+    // Checked before locking: the error is itself a message, possibly of this manager.
+    if (std::optional<std::string> fault = checkMessageText(text))
+        throw BaseException(
+            formatMessage(eCoreMessage::eInvalidMessageText, value, enumTypeName, m_domain, *fault),
+            "vimra::core::MessageManager::add");
     std::unique_lock lock(m_mutex);
     m_texts[enumTypeName][value] = text;
 }
 
 bool MessageManager::addMap(const MessageMapInfo& map) {
+    for (const MessageEntry& e : map.entries) {
+        if (std::optional<std::string> fault = checkMessageText(e.text))
+            throw BaseException(formatMessage(eCoreMessage::eInvalidMessageText, e.value,
+                                              map.enumTypeName, m_domain, *fault),
+                                "vimra::core::MessageManager::addMap");
+    }
     std::unique_lock lock(m_mutex);
     if (!m_registeredMaps.insert(map.enumTypeName).second) return false;
     std::map<unsigned, std::string>& texts = m_texts[map.enumTypeName];
@@ -54,6 +66,17 @@ std::string MessageManager::getText(const std::string& enumTypeName, unsigned va
     throw BaseException(
         formatMessage(eCoreMessage::eMessageNotRegistered, value, enumTypeName, m_domain),
         "vimra::core::MessageManager::getText");
+}
+
+MessageManager& registerMessageMap(const MessageMapInfo& map) {
+    MessageManager& manager = MessageManager::getInstance(map.domain);
+    try {
+        manager.addMap(map);
+    } catch (const BaseException& e) {
+        logMessage(getCoreLogger(), log4cplus::ERROR_LOG_LEVEL, eCoreMessage::eMessageMapRefused,
+                   map.enumTypeName, map.domain, e.getMessage());
+    }
+    return manager;
 }
 
 std::size_t MessageManager::getMessageCount(const std::string& enumTypeName) const {

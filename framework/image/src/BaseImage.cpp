@@ -146,6 +146,11 @@ struct StorageDeleter {
 // calloc, which hands large blocks over as fresh zero pages without touching
 // them: creating a big zero image costs no pass over memory.
 boost::shared_ptr<std::byte> allocateStorage(std::uint64_t bytes, bool zero) {
+    // Callers checked the description; this is the last line before the allocator.
+    if (bytes > s_maxImageBytes)
+        fail((boost::format("Image storage of %d bytes exceeds the limit of %d bytes") % bytes %
+              s_maxImageBytes)
+                 .str());
     const std::size_t request = static_cast<std::size_t>(bytes) + 63;
     void* block = zero ? std::calloc(request, 1) : std::malloc(request);
     if (block == nullptr)

@@ -196,7 +196,7 @@ void widen(const KernelStripSource& s, const BorderPolicy& policy, T* origin,
 
 void KernelStripBuffer::build(const KernelStripSource& s, const BorderPolicy& policy) {
     m_valid = false;
-    const std::uint64_t bytes = kernelStripBufferBytes(s);
+    const std::uint64_t bytes = kernelStripBufferBytes(s);  // refuses sizes above the limit
     if (bytes > m_capacity) {
         m_block.reset();
         m_capacity = 0;

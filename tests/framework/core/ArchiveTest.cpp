@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -324,9 +329,14 @@ std::string item(const std::string& attributes, const std::string& text) {
            "</item></section></vimraArchive>";
 }
 
-std::string nested(int depth) {
+std::string openSections(int depth) {
     std::string doc = "<vimraArchive format=\"1\">";
     for (int i = 0; i < depth; ++i) doc += "<section name=\"n\">";
+    return doc;
+}
+
+std::string nested(int depth) {
+    std::string doc = openSections(depth);
     for (int i = 0; i < depth; ++i) doc += "</section>";
     return doc + "</vimraArchive>";
 }
@@ -404,8 +414,162 @@ INSTANTIATE_TEST_SUITE_P(
                       "<vimraArchive format=\"1\"><item name=\"x\" type=\"bool\">true</item>"
                       "<item name=\"x\" type=\"bool\">true</item></vimraArchive>",
                       "Item \"x\" appears twice in section /"},
-        MalformedCase{"TooDeep", nested(100000), "nests elements deeper than 256 levels"}),
+        MalformedCase{"TooDeep", nested(100000), "nests elements deeper than 256 levels"},
+        // Well-formedness the reader insists on.
+        MalformedCase{"QuoteInElementName", "<vimraArchive format=\"1\"><a\"b/></vimraArchive>",
+                      "not well-formed XML: unexpected character in the start tag <a>"},
+        MalformedCase{"NoSpaceBetweenAttributes", item("name=\"x\"type=\"bool\"", "true"),
+                      "unexpected character in the start tag <item>"},
+        MalformedCase{"DuplicateAttribute", item("name=\"x\" type=\"bool\" name=\"y\"", "true"),
+                      "attribute name appears twice in <item>"},
+        MalformedCase{"UnquotedAttribute", "<vimraArchive format=1/>",
+                      "the value of attribute format is not quoted"},
+        MalformedCase{"AttributeWithoutValue", "<vimraArchive format/>",
+                      "attribute format has no value"},
+        MalformedCase{"LessThanInAttribute", item("name=\"a<b\" type=\"bool\"", "true"),
+                      "'<' in an attribute value"},
+        MalformedCase{"TextOutsideRoot", "<vimraArchive format=\"1\"/>\ntrailing",
+                      "text outside the root element (line 2)"},
+        MalformedCase{"CdataEndInText", item("name=\"x\" type=\"string\"", "a]]>b"),
+                      "']]>' in text"},
+        MalformedCase{"UnterminatedComment", "<vimraArchive format=\"1\"/><!-- ",
+                      "unterminated comment"},
+        MalformedCase{"UnknownDeclaration", "<!ELEMENT x ANY><vimraArchive format=\"1\"/>",
+                      "unknown markup declaration"},
+        MalformedCase{"LateDoctype", "<vimraArchive format=\"1\"/><!DOCTYPE x>",
+                      "misplaced document type declaration"},
+        MalformedCase{
+            "EntityOfTheDoctype",
+            "<!DOCTYPE x [<!ENTITY e \"v\">]>" + item("name=\"x\" type=\"string\"", "&e;"),
+            "invalid character reference &e;"},
+        MalformedCase{"NotClosed", "<vimraArchive format=\"1\"><section name=\"s\">\n",
+                      "element <section> is not closed (line 2)"},
+        // Characters that XML 1.0 does not allow, written raw or as references.
+        MalformedCase{"NulReferenceInValue", item("name=\"x\" type=\"string\"", "a&#0;b"),
+                      "invalid character reference &#0;: not a character allowed in XML"},
+        MalformedCase{"ControlReferenceInSectionName",
+                      "<vimraArchive format=\"1\"><section name=\"a&#1;\"/></vimraArchive>",
+                      "invalid character reference &#1;: not a character allowed in XML"},
+        MalformedCase{"HexNulReference", item("name=\"x\" type=\"string\"", "&#x0000;"),
+                      "invalid character reference &#x0000;"},
+        MalformedCase{"SurrogateReference", item("name=\"x\" type=\"string\"", "&#xD800;"),
+                      "not a character allowed in XML"},
+        MalformedCase{"NonCharacterReference", item("name=\"x\" type=\"string\"", "&#xFFFE;"),
+                      "not a character allowed in XML"},
+        MalformedCase{"ReferenceBeyondUnicode", item("name=\"x\" type=\"string\"", "&#x110000;"),
+                      "not a character allowed in XML"},
+        MalformedCase{"ReferenceWrappingTo32Bits",
+                      item("name=\"x\" type=\"string\"", "&#4294967393;"),
+                      "not a character allowed in XML"},
+        MalformedCase{"EmptyReference", item("name=\"x\" type=\"string\"", "&#;"),
+                      "invalid character reference &#;"},
+        MalformedCase{"RawNul", item("name=\"x\" type=\"string\"", std::string("a\0b", 3)),
+                      "not well-formed XML: control character 0x00 is not allowed in XML"},
+        MalformedCase{"RawControlInAttribute",
+                      "<vimraArchive format=\"1\"><section name=\"a\x01\"/></vimraArchive>",
+                      "control character 0x01 is not allowed in XML"},
+        MalformedCase{"RawNonCharacter", item("name=\"x\" type=\"string\"", "\xEF\xBF\xBF"),
+                      "a character not allowed in XML"},
+        MalformedCase{"InvalidUtf8InComment",
+                      "<vimraArchive format=\"1\"><!-- \xC0\x80 --></vimraArchive>",
+                      "invalid UTF-8"},
+        MalformedCase{"TabReferenceInName",
+                      "<vimraArchive format=\"1\"><section name=\"a&#9;b\"/></vimraArchive>",
+                      "Invalid section name"}),
     [](const ::testing::TestParamInfo<MalformedCase>& info) { return info.param.name; });
+
+TEST(Archive, ReadsReferencesCdataAndLineEndsAsXmlRequires) {
+    // References, CDATA and line ends as an XML reader must deliver them;
+    // white space in attribute values becomes spaces, references in them stay.
+    BaseIArchive in(
+        "\xEF\xBB\xBF<?xml version=\"1.0\"?>\r\n"
+        "<!DOCTYPE vimraArchive [\n  <!ENTITY e \"]>\"> <!-- ]> --> <?pi ]>?>\n]>\n"
+        "<vimraArchive format=\"1\">\r\n"
+        "<section\tname = 'a\tb\nc&#x41;' >"
+        "<item name=\"chars\" "
+        "type=\"string\">&#9;&#xA;&#x10FFFF;&#xE000;&#x7F;&#65;&lt;&apos;</item>"
+        "<item name=\"lines\" type=\"string\">1\r\n2\r3\n</item>"
+        "<item name=\"cdata\" type=\"string\">x<![CDATA[<&>\r\n]]>y</item>"
+        "</section ></vimraArchive>\n<!-- after -->\n");
+    in.beginSection("a b cA");
+    EXPECT_EQ(in.readString("chars"),
+              "\t\n\xF4\x8F\xBF\xBF\xEE\x80\x80\x7F"
+              "A<'");
+    EXPECT_EQ(in.readString("lines"), "1\n2\n3\n");
+    EXPECT_EQ(in.readString("cdata"), "x<&>\ny");
+}
+
+// A quote inside a tag where no attribute value can start, and markup whose
+// text holds '>' or quotes: deep nesting behind any of them is still refused,
+// never followed down until the stack runs out.
+struct DeepCase {
+    const char* name;
+    std::string prefix;
+    std::string open;
+    const char* error;
+};
+
+class DeepDocument : public ::testing::TestWithParam<DeepCase> {};
+
+TEST_P(DeepDocument, IsRefusedWithoutExhaustingTheStack) {
+    const DeepCase& c = GetParam();
+    std::string doc = c.prefix;
+    doc.reserve(doc.size() + 200000 * c.open.size());
+    for (int i = 0; i < 200000; ++i) doc += c.open;
+    EXPECT_SERIALIZATION_ERROR(BaseIArchive in(doc), c.error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, DeepDocument,
+    ::testing::Values(DeepCase{"QuoteInElementName", "<vimraArchive format=\"1\"><a\"b>",
+                               "<section name=\"n\">", "not well-formed XML"},
+                      DeepCase{"QuoteInAttributeName", "<vimraArchive format=\"1\">",
+                               "<section na\"me=\"n\">", "not well-formed XML"},
+                      DeepCase{"ApostropheInElementName", "<vimraArchive format=\"1\"><a'b>",
+                               "<section name=\"n\">", "not well-formed XML"},
+                      DeepCase{"DoctypeInternalSubset",
+                               "<!DOCTYPE vimraArchive [<!ENTITY e \"x'>\"> <!-- \" --> ]>"
+                               "<vimraArchive format=\"1\">",
+                               "<section name=\"n\">", "deeper than 256 levels"},
+                      DeepCase{"QuotesInText", "<vimraArchive format=\"1\">\"'",
+                               "<section name=\"n\">'\"", "deeper than 256 levels"},
+                      DeepCase{"ClosingBracketInValues", "<vimraArchive format=\"1\">",
+                               "<section name='>\"'>", "deeper than 256 levels"},
+                      DeepCase{"SelfClosingAtTheBottom", openSections(255), "<section name=\"n\"/>",
+                               "deeper than 256 levels"}),
+    [](const ::testing::TestParamInfo<DeepCase>& info) { return info.param.name; });
+
+// Seconds to read `doc`, the best of three runs.
+double readSeconds(const std::string& doc) {
+    double best = 1e9;
+    for (int run = 0; run < 3; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        BaseIArchive in(doc);
+        best = std::min(
+            best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return best;
+}
+
+std::string siblings(int count) {
+    std::string doc = "<vimraArchive format=\"1\">";
+    for (int i = 0; i < count; ++i) doc += "<section name=\"s\"/>\n";
+    return doc + "</vimraArchive>";
+}
+
+TEST(Archive, ReadingTimeGrowsLinearly) {
+    // Four times the siblings must take about four times as long; a reader that
+    // rescans the rest of the document per tag takes sixteen times as long.
+    const std::string small = siblings(25000), large = siblings(100000);
+    const double ratio = readSeconds(large) / std::max(readSeconds(small), 1e-6);
+    EXPECT_LT(ratio, 8.0) << "reading 4x the document took " << ratio << "x the time";
+
+    // And a document of 400,000 sections (7.6 MB) is read in seconds.
+    const auto start = std::chrono::steady_clock::now();
+    BaseIArchive in(siblings(400000));
+    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
+              10.0);
+}
 
 TEST(Archive, AcceptsNestingUpToTheLimit) {
     EXPECT_NO_THROW(BaseIArchive in(nested(255)));  // the root element is the 256th level
@@ -426,7 +590,8 @@ std::string sampleDocument() {
     return out.str();
 }
 
-void readSample(const std::string& doc) {
+template <class Source>
+void readSample(Source&& doc) {
     BaseIArchive in(doc);
     in.beginSection("InImg1");
     in.readBool("set");
@@ -473,6 +638,53 @@ TEST(Archive, CorruptedDocumentsFailCleanly) {
         }
     }
     EXPECT_GT(refused, 1000);
+}
+
+// ---- Streams -------------------------------------------------------------------
+
+// A stream buffer that fails the way a device can: by throwing.
+class ThrowingBuffer : public std::streambuf {
+  protected:
+    int_type underflow() override { throw std::runtime_error("device unplugged"); }
+    int_type overflow(int_type) override { throw std::runtime_error("device unplugged"); }
+};
+
+TEST(Archive, FailingInputStreamsGiveTheSerializationError) {
+    const std::string reason = "Reading the archive from its stream failed";
+    {
+        std::ifstream directory(std::filesystem::temp_directory_path());  // opens, but reads fail
+        EXPECT_SERIALIZATION_ERROR(BaseIArchive in(directory), reason);
+    }
+    {
+        std::ifstream missing(std::filesystem::temp_directory_path() / "no-such-archive.xml");
+        EXPECT_SERIALIZATION_ERROR(BaseIArchive in(missing), reason);
+    }
+    {
+        ThrowingBuffer buffer;
+        std::istream throwing(&buffer);
+        EXPECT_SERIALIZATION_ERROR(BaseIArchive in(throwing), reason);
+        throwing.exceptions(std::ios::badbit | std::ios::failbit);
+        EXPECT_SERIALIZATION_ERROR(BaseIArchive in(throwing), reason);
+    }
+    {
+        std::istream none(nullptr);
+        EXPECT_SERIALIZATION_ERROR(BaseIArchive in(none), reason);
+    }
+    // A stream that throws on failure still reads a good document to its end.
+    std::istringstream good(sampleDocument());
+    good.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+    EXPECT_NO_THROW(readSample(good));
+}
+
+TEST(Archive, FailingOutputStreamsGiveTheSerializationError) {
+    BaseOArchive out;
+    out.writeUnsigned("x", 1);
+    ThrowingBuffer buffer;
+    std::ostream throwing(&buffer);
+    EXPECT_SERIALIZATION_ERROR(out.save(throwing), "Writing the archive to its stream failed");
+    throwing.clear();
+    throwing.exceptions(std::ios::badbit);
+    EXPECT_SERIALIZATION_ERROR(out.save(throwing), "Writing the archive to its stream failed");
 }
 
 }  // namespace

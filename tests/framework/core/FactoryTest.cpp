@@ -4,11 +4,13 @@
 #include <vimra/core/DynamicObjectFactory.h>
 #include <vimra/core/Log.h>
 #include <vimra/core/Registrators.h>
+#include <vimra/processor/ProcessorFactory.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -102,6 +104,39 @@ TEST(DynamicObjectFactory, UnknownNameIsAClearError) {
         }
     }
     EXPECT_FALSE(DynamicObjectFactory::getInstance().isRegistered("no::such::Type"));
+}
+
+// A type name is caller data: a NUL inside it must not cut the message short.
+TEST(Factories, TypeNameWithNulIsReportedWhole) {
+    const std::string name("no::such\0::Type\0tail", 20);
+    const std::string shown = "no::such\\0::Type\\0tail";
+    const std::vector<std::pair<std::string, std::function<void()>>> creations = {
+        {"Type " + shown + " is not registered in the object factory",
+         [&] { DynamicObjectFactory::getInstance().create(name); }},
+        {"Type " + shown + " is not registered in the object factory",
+         [&] { delete DynamicObjectFactory::getInstance().createNew(name); }},
+        {"Type " + shown + " is not registered in the processor factory",
+         [&] { processor::ProcessorFactory::getInstance().createProcessor(name); }},
+    };
+    for (const auto& [expected, create] : creations) {
+        try {
+            create();
+            ADD_FAILURE() << "no exception for " << expected;
+        } catch (const core::BaseException& e) {
+            EXPECT_EQ(std::string(e.what()), expected);
+            EXPECT_EQ(e.getMessage(), expected);
+        }
+    }
+
+    ScopedLogCapture capture(core::getCoreLogger());
+    EXPECT_FALSE(DynamicObjectFactory::getInstance().registerClass(name, &otherNew, nullptr));
+    EXPECT_FALSE(processor::ProcessorFactory::getInstance().registerProcessor(name, nullptr));
+    const std::vector<LogRecord> records = capture.appender().records();
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].message, "Object factory registration of \"" + shown +
+                                      "\" refused: empty type name or missing creator");
+    EXPECT_EQ(records[1].message, "Processor factory registration of \"" + shown +
+                                      "\" refused: empty type name or missing creator");
 }
 
 TEST(DynamicObjectFactory, RegistrationRules) {

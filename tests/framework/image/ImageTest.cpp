@@ -459,7 +459,26 @@ TEST(ImageSize, TheByteLimitIsExact) {
         EXPECT_NO_THROW(checkDescription(sized(f.type, 65, 1, paddedPlanes, 1, 1)));
         expectRefused(sized(f.type, 65, 1, paddedPlanes + 1, 1, 1), "exceeds the limit");
     }
-    EXPECT_EQ(s_maxImageBytes, std::uint64_t{1} << 46);
+    EXPECT_EQ(s_maxImageBytes, std::uint64_t{1} << 39);  // the documented limit
+}
+
+TEST(ImageSize, SizesNoMachineHoldsNeverReachTheAllocator) {
+    // 2^45 bytes (32 TiB) in several shapes: an allocator asked for that much
+    // aborts under AddressSanitizer instead of failing, so the size must be
+    // refused first, by every way of making an owning image.
+    const std::uint64_t m = std::uint64_t{1} << 20;
+    const std::vector<ImageDescription> huge = {
+        sized(eImageBufferType::eUInt8, m, m, 32, 1, 1),
+        sized(eImageBufferType::eFloat, m, m, 1, 4, 2),
+        sized(eImageBufferType::eInt16, m, m / 2, 1, 1, 32),
+        sized(eImageBufferType::eLabel32, 1, 1, 1, 1, std::uint64_t{1} << 37),  // padding counts
+    };
+    for (const ImageDescription& desc : huge) {
+        expectRefused(desc, "exceeds the limit");
+        const std::uint64_t before = getLiveImageStorageBytes();
+        EXPECT_THROW(Image::create(desc, Image::eInit::eZero), ImageException) << desc.toString();
+        EXPECT_EQ(getLiveImageStorageBytes(), before);
+    }
 }
 
 TEST(ImageSize, InvalidBufferTypesAreRefused) {

@@ -237,6 +237,33 @@ TEST(StripWithKernel, OversizedMarginsAndBandsAreRefused) {
     EXPECT_EQ(kernelStripBufferBytes(source), 128u);  // one padded row plus the tail
 }
 
+TEST(StripWithKernel, WidenedStripsNoMachineHoldsAreRefusedBeforeAllocating) {
+    // Rows of 8 floats widen to a pitch of 64 elements (256 bytes): 2^37 rows
+    // are 2^45 bytes (32 TiB), which an allocator under AddressSanitizer
+    // answers by aborting. The strip and the buffer builder both refuse it.
+    const auto img = Image::create3d(eImageBufferType::eFloat, 8, 8, 4);
+    const BaseImage& cimg = *img;
+    const std::uint64_t margin = std::uint64_t{1} << 36;
+    EXPECT_THROW(InputImageYStrip2dWithKernel(cimg, 0, 8, 0, margin), ImageException);
+    EXPECT_THROW(InputImageZStrip3dWithKernel(cimg, 0, 4, 0, 0, margin / 8), ImageException);
+
+    KernelStripSource source;
+    source.volume = static_cast<const std::byte*>(cimg.planeData());
+    source.planeStride = cimg.getPlaneStride();
+    source.sizeX = source.sizeY = 8;
+    source.sizeZ = source.planes = 1;
+    source.rows = 8;
+    source.marginY = margin;
+    source.type = eImageBufferType::eFloat;
+    KernelStripBuffer buffer;
+    EXPECT_THROW(buffer.build(source, BorderPolicy::nearest()), ImageException);
+    // Just inside the limit the size is accepted (without building it).
+    source.marginY = (s_maxImageBytes / 256 - 64 / 64 - 8) / 2;
+    EXPECT_LE(kernelStripBufferBytes(source), s_maxImageBytes);
+    ++source.marginY;
+    EXPECT_THROW(kernelStripBufferBytes(source), ImageException);
+}
+
 // ---- parsers
 // -------------------------------------------------------------------------------------
 

@@ -19,6 +19,8 @@ struct eCoreMessage {
         eProcessorRegisteredWithOtherCreator = 5,
         eProcessorRegistrationRefused = 6,
         eCreatedObjectHasOtherType = 7,
+        eInvalidMessageText = 8,
+        eMessageMapRefused = 9,
     };
 };
 

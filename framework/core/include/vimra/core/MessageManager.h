@@ -76,11 +76,16 @@ class MessageManager {
     const std::string& getDomain() const { return m_domain; }
 
     /// Adds the text of one message, replacing a text already held for it.
+    /// Throws BaseException, and keeps the text held so far, when `text` is not
+    /// a valid message text (see checkMessageText: only %s and %% are
+    /// placeholders).
     void add(const std::string& enumTypeName, unsigned value, const std::string& text);
 
     /// Registers a whole enumeration. Only the first registration of an
     /// enumeration type name does anything (returns true); texts already set
     /// with add() are kept, so a translation loaded early is not overwritten.
+    /// A map with an invalid text is refused as a whole: BaseException naming
+    /// the message, nothing registered.
     bool addMap(const MessageMapInfo& map);
     bool isMapRegistered(const std::string& enumTypeName) const;
 
@@ -101,16 +106,16 @@ class MessageManager {
     std::set<std::string> m_registeredMaps;
 };
 
+/// The manager of `map`'s domain after registering `map` there. A refused map
+/// is logged at ERROR on "vimra.core" instead of thrown: registration runs
+/// while libraries are loaded.
+MessageManager& registerMessageMap(const MessageMapInfo& map);
+
 /// The manager of E's domain, with E's map registered (registration happens at
 /// most once per process; later calls only look it up).
 template <class E>
 MessageManager& registeredMessageManager() {
-    static MessageManager& manager = []() -> MessageManager& {
-        const MessageMapInfo& map = messageMapOf<E>();
-        MessageManager& m = MessageManager::getInstance(map.domain);
-        m.addMap(map);
-        return m;
-    }();
+    static MessageManager& manager = registerMessageMap(messageMapOf<E>());
     return manager;
 }
 

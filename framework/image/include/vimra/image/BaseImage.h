@@ -21,9 +21,12 @@ class ImageException : public core::BaseException {
 /// of up to this many elements without a scalar tail.
 inline constexpr std::uint64_t s_vectorPadding = 64;
 
-/// Largest number of bytes one image may hold (2^46, 64 TiB). Larger requests,
-/// and sizes whose product overflows, are refused before any allocation.
-inline constexpr std::uint64_t s_maxImageBytes = std::uint64_t{1} << 46;
+/// Largest number of bytes one image, or one widened kernel strip, may hold
+/// (2^39, 512 GiB). Larger requests, and sizes whose product overflows, are
+/// refused before any allocation. The limit stays below what allocators serve
+/// at all (AddressSanitizer refuses a block above 1 TiB by aborting), so a size
+/// no machine can hold is an ImageException, never a crash.
+inline constexpr std::uint64_t s_maxImageBytes = std::uint64_t{1} << 39;
 
 constexpr std::uint64_t roundUpToPadding(std::uint64_t n) {
     return (n + s_vectorPadding - 1) / s_vectorPadding * s_vectorPadding;
