@@ -12,7 +12,6 @@
 #include <bit>
 #include <climits>
 #include <memory>
-#include <unordered_map>
 
 namespace vimra::formula {
 
@@ -110,7 +109,13 @@ struct LoweredProgram {
 class Lowering {
   public:
     Lowering(const Parsed& parsed, const FormulaLimits& limits, std::string_view text)
-        : m_parsed(parsed), m_limits(limits), m_text(text) {}
+        : m_parsed(parsed), m_limits(limits), m_text(text) {
+        // Every parse node adds at most two nodes (mean adds its count).
+        std::size_t slots = 16;
+        while (slots < 4 * parsed.Nodes.size() + 16) slots *= 2;
+        m_slots.assign(slots, -1);
+        m_nodes.reserve(2 * parsed.Nodes.size() + 4);
+    }
 
     void run(LoweredProgram& m);
 
@@ -121,22 +126,34 @@ class Lowering {
                            std::move(hint)};
     }
 
+    static std::uint64_t hashOf(const DNode& n) {
+        std::uint64_t h = 1469598103934665603ull;
+        auto mix = [&](std::uint64_t v) { h = (h ^ v) * 1099511628211ull; };
+        mix(static_cast<std::uint64_t>(n.Kind) << 8 | n.Code);
+        mix(std::bit_cast<std::uint32_t>(n.Value));
+        mix(static_cast<std::uint32_t>(n.Read) ^
+            (static_cast<std::uint64_t>(static_cast<std::uint32_t>(n.Table)) << 32));
+        for (int a : n.Args) mix(static_cast<std::uint32_t>(a));
+        return h ^ (h >> 29);
+    }
+    static bool same(const DNode& a, const DNode& b) {
+        return a.Kind == b.Kind && a.Code == b.Code &&
+               std::bit_cast<std::uint32_t>(a.Value) == std::bit_cast<std::uint32_t>(b.Value) &&
+               a.Read == b.Read && a.Table == b.Table && a.Args == b.Args;
+    }
+    /// The node's index, adding it unless an identical one exists (open addressing;
+    /// the table never fills: it has twice as many slots as the tree has nodes).
     int intern(DNode n) {
-        std::string key;
-        key.reserve(16 + 4 * n.Args.size());
-        auto put = [&](std::uint32_t v) {
-            key.append(reinterpret_cast<const char*>(&v), sizeof v);
-        };
-        put(static_cast<std::uint32_t>(n.Kind));
-        put(n.Code);
-        put(std::bit_cast<std::uint32_t>(n.Value));
-        put(static_cast<std::uint32_t>(n.Read));
-        put(static_cast<std::uint32_t>(n.Table));
-        for (int a : n.Args) put(static_cast<std::uint32_t>(a));
-        const auto [it, inserted] =
-            m_index.try_emplace(std::move(key), static_cast<int>(m_nodes.size()));
-        if (inserted) m_nodes.push_back(std::move(n));
-        return it->second;
+        const std::size_t mask = m_slots.size() - 1;
+        for (std::size_t i = hashOf(n) & mask;; i = (i + 1) & mask) {
+            const int id = m_slots[i];
+            if (id < 0) {
+                m_slots[i] = static_cast<int>(m_nodes.size());
+                m_nodes.push_back(std::move(n));
+                return m_slots[i];
+            }
+            if (same(m_nodes[static_cast<std::size_t>(id)], n)) return id;
+        }
     }
     int constant(float v, bool isBool) {
         DNode n;
@@ -234,7 +251,7 @@ class Lowering {
     FormulaLimits m_limits;
     std::string_view m_text;
     std::vector<DNode> m_nodes;
-    std::unordered_map<std::string, int> m_index;
+    std::vector<int> m_slots;
     std::vector<FormulaImageWithOffsetInfo> m_reads;
 };
 
@@ -384,6 +401,7 @@ void Lowering::run(LoweredProgram& m) {
             it.Map = m_parsed.Maps[static_cast<std::size_t>(n.Table)];
         return it;
     };
+    m.m_items.reserve(nodeCount);
     for (std::size_t i = 0; i < m_nodes.size(); ++i)
         if (live[i] && m_nodes[i].isStatic()) m.m_items.push_back(item(i));
     m.m_firstPerPixelItem = m.m_items.size();
@@ -508,7 +526,10 @@ FormulaExplanation explainFormula(std::string_view formula, const FormulaCompile
     e.Halo = m.getHalo();
     e.NodeCount = m.getNodeCount();
     std::string images;
-    for (unsigned id : e.ImageIds) images += (images.empty() ? "" : " ") + imageName(id);
+    for (unsigned id : e.ImageIds) {
+        if (!images.empty()) images += ' ';
+        images += imageName(id);
+    }
     static constexpr std::array<const char*, 3> axes = {"x", "y", "z"};
     std::string halo;
     const std::size_t axisCount = m.getDimension() == eFormulaDimension::e3d ? 3 : 2;

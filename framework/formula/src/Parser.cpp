@@ -116,12 +116,12 @@ std::vector<Token> tokenize(std::string_view text, const FormulaLimits& limits) 
     std::vector<Token> tokens;
     const auto n = static_cast<std::uint32_t>(text.size());
     std::uint32_t i = 0;
-    auto push = [&](Tok kind, std::uint32_t offset, std::uint32_t length, float number = 0.0f,
-                    double wide = 0.0) {
+    tokens.reserve(std::min<std::size_t>(text.size() / 2 + 2, limits.MaxTokens + 1));
+    auto push = [&](Tok kind, std::uint32_t offset, std::uint32_t length, float number = 0.0f) {
         if (tokens.size() >= limits.MaxTokens)
             fail(Code::E_LIMIT_TOKENS, offset, length,
                  "the formula has more than " + std::to_string(limits.MaxTokens) + " tokens");
-        tokens.push_back({kind, offset, length, number, wide});
+        tokens.push_back({kind, offset, length, number});
     };
     auto at = [&](std::uint32_t k) { return k < n ? text[k] : '\0'; };
     while (i < n) {
@@ -165,13 +165,7 @@ std::vector<Token> tokenize(std::string_view text, const FormulaLimits& limits) 
                 i = j;
                 while (isDigit(at(i))) ++i;
             }
-            const std::string_view literal = text.substr(start, i - start);
-            const float value = parseNumber(literal, start);
-            double wide = value;
-            if (std::from_chars(literal.data(), literal.data() + literal.size(), wide).ec ==
-                std::errc::result_out_of_range)
-                wide = atLeastOne(literal) ? 1e300 : 0.0;
-            push(Tok::Number, start, i - start, value, wide);
+            push(Tok::Number, start, i - start, parseNumber(text.substr(start, i - start), start));
             continue;
         }
         if (isAlpha(c)) {
@@ -296,7 +290,7 @@ std::vector<Token> tokenize(std::string_view text, const FormulaLimits& limits) 
                 fail(Code::E_CHAR, start, 1, "unexpected " + printable(c) + " in the formula");
         }
     }
-    tokens.push_back({Tok::End, n, 0, 0.0f, 0.0});
+    tokens.push_back({Tok::End, n, 0, 0.0f});
     return tokens;
 }
 
@@ -491,7 +485,9 @@ class Parser {
   public:
     Parser(std::string_view text, std::vector<Token> tokens, const FormulaCompileOptions& options,
            const FormulaLimits& limits)
-        : m_text(text), m_tokens(std::move(tokens)), m_options(options), m_limits(limits) {}
+        : m_text(text), m_tokens(std::move(tokens)), m_options(options), m_limits(limits) {
+        m_out.Nodes.reserve(m_tokens.size());
+    }
 
     Parsed run() {
         if (peek().Kind == Tok::End)
@@ -898,8 +894,19 @@ class Parser {
             after != Tok::RBrace && after != Tok::DotDot && after != Tok::End)
             fail(notLiteral, first.Offset, peek().Offset + peek().Length - first.Offset,
                  std::string(what) + " must be a number literal, not an expression");
-        const double v = negative ? -t.Wide : t.Wide;
+        const double wide = exactValue(t);
+        const double v = negative ? -wide : wide;
         return {v, first.Offset, t.Offset + t.Length - first.Offset, std::floor(v) == v};
+    }
+
+    /// A literal as a double: integers up to 2^53 exactly, for keys and offsets.
+    double exactValue(const Token& t) const {
+        const std::string_view literal = textOf(t);
+        double wide = t.Number;
+        if (std::from_chars(literal.data(), literal.data() + literal.size(), wide).ec ==
+            std::errc::result_out_of_range)
+            wide = atLeastOne(literal) ? 1e300 : 0.0;
+        return wide;
     }
 
     int read(const Token& t, unsigned id) {

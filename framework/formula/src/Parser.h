@@ -55,7 +55,6 @@ struct Token {
     Tok Kind = Tok::End;
     std::uint32_t Offset = 0, Length = 0;
     float Number = 0.0f;
-    double Wide = 0.0;  ///< the literal as a double, for exact integer keys and offsets
 };
 
 /// Splits the text into tokens, ending with Tok::End. Throws CompileError.
