@@ -1,15 +1,17 @@
 #pragma once
 
 // One float per lane: the portable evaluator, and the tail of every vector loop.
-// `Tag` is the instruction set of the file that uses it, so that each file's copy
+// `Set` is the instruction set of the file that uses it, so that each file's copy
 // (compiled with that set's flags) has a name of its own.
+
+#include <vimra/core/InstructionSet.h>
 
 #include <bit>
 #include <cstdint>
 
 namespace vimra::formula::detail {
 
-template <int Tag>
+template <eInstructionSet::domain Set>
 struct ScalarLane {
     static constexpr int W = 1;
     struct VF {

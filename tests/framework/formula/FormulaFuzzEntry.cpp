@@ -2,7 +2,7 @@
 
 #include <vimra/formula/ImageFormulaEvaluator.h>
 
-#include <chrono>
+#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +14,13 @@ namespace vimra::formula::test {
 namespace {
 
 double g_lastCompile = 0.0;
+
+/// Processor time of this thread: compile times that do not depend on the load.
+double cpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+}
 
 [[noreturn]] void violation(const char* what, std::string_view text) {
     std::fprintf(stderr, "formula fuzz: %s\nformula (%zu bytes): %.*s\n", what, text.size(),

@@ -11,7 +11,7 @@ namespace vimra::formula::test {
 /// fuzzer and the corpus replay share it.
 void fuzzFormulaOne(const std::uint8_t* data, std::size_t size);
 
-/// The longest compilation of the last call, in seconds.
+/// The longest compilation of the last call, in seconds of processor time.
 double lastCompileSeconds();
 
 }  // namespace vimra::formula::test
