@@ -12,6 +12,7 @@
 // toFloat (mask to 1/0), cvtt (truncation of in-range values), cvt, asInt,
 // asFloat, iadd isub iand, sll<k> srl<k>.
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vimra::formula::detail {
@@ -23,6 +24,13 @@ struct FloatMath {
     using VI = typename L::VI;
 
     static VF c(float v) { return L::set1(v); }
+    /// k[0] x^(N-1) + ... + k[N-1], by Horner's rule.
+    template <std::size_t N>
+    static VF horner(VF x, const float (&k)[N]) {
+        VF p = c(k[0]);
+        for (std::size_t i = 1; i < N; ++i) p = p * x + c(k[i]);
+        return p;
+    }
     static VF qnan() { return L::asFloat(L::iset1(0x7fc00000)); }
     static VF abs(VF x) { return L::band(x, L::asFloat(L::iset1(0x7fffffff))); }
     static VF signOf(VF x) { return L::band(x, L::asFloat(L::iset1(INT32_MIN))); }
@@ -83,36 +91,28 @@ struct FloatMath {
         const VF n1 = trunc(n * c(0.5f));
         return (p * pow2i(n1)) * pow2i(n - n1);
     }
+    /// x clamped to [lo, hi], NaN to 0: reductions convert it to an integer.
+    static VF bounded(VF x, float lo, float hi) {
+        const VF b = L::select(L::lt(x, c(lo)), c(lo), L::select(L::gt(x, c(hi)), c(hi), x));
+        return L::select(isNan(x), c(0.0f), b);
+    }
     static VF exp(VF x) {
-        const VF xc = min(max(x, c(-104.0f)), c(89.0f));
+        const VF xc = bounded(x, -104.0f, 89.0f);
         const VF n = nearest(xc * c(1.44269502163f));
         // n * hi is exact: hi has 16 significant bits and |n| <= 151.
         const VF r = (xc - n * c(0.693145751953125f)) - n * c(1.428606765330187e-06f);
-        VF p = c(1.0f / 5040.0f);
-        p = p * r + c(1.0f / 720.0f);
-        p = p * r + c(1.0f / 120.0f);
-        p = p * r + c(1.0f / 24.0f);
-        p = p * r + c(1.0f / 6.0f);
-        p = p * r + c(0.5f);
-        p = p * r + c(1.0f);
-        p = p * r + c(1.0f);
+        const VF p = horner(r, {1.0f / 5040.0f, 1.0f / 720.0f, 1.0f / 120.0f, 1.0f / 24.0f,
+                                1.0f / 6.0f, 0.5f, 1.0f, 1.0f});
         return L::select(isNan(x), x, scale(p, n));
     }
     static VF exp2(VF x) {
-        const VF xc = min(max(x, c(-152.0f)), c(129.0f));
+        const VF xc = bounded(x, -152.0f, 129.0f);
         const VF n = nearest(xc);
         const VF r = xc - n;  // exact
         // 2^r = sum (r ln2)^k / k!
-        VF p = c(1.01780860e-07f);
-        p = p * r + c(1.32154867e-06f);
-        p = p * r + c(1.52527338e-05f);
-        p = p * r + c(1.54035304e-04f);
-        p = p * r + c(1.33335581e-03f);
-        p = p * r + c(9.61812911e-03f);
-        p = p * r + c(5.55041087e-02f);
-        p = p * r + c(2.40226507e-01f);
-        p = p * r + c(6.93147181e-01f);
-        p = p * r + c(1.0f);
+        const VF p = horner(
+            r, {1.01780860e-07f, 1.32154867e-06f, 1.52527338e-05f, 1.54035304e-04f, 1.33335581e-03f,
+                9.61812911e-03f, 5.55041087e-02f, 2.40226507e-01f, 6.93147181e-01f, 1.0f});
         return L::select(isNan(x), x, scale(p, n));
     }
 
@@ -135,11 +135,7 @@ struct FloatMath {
         const VF f = m - c(1.0f);  // exact
         const VF s = f / (c(2.0f) + f);
         const VF z = s * s;
-        VF R = c(2.0f / 11.0f);
-        R = R * z + c(2.0f / 9.0f);
-        R = R * z + c(2.0f / 7.0f);
-        R = R * z + c(2.0f / 5.0f);
-        R = R * z + c(2.0f / 3.0f);
+        VF R = horner(z, {2.0f / 11.0f, 2.0f / 9.0f, 2.0f / 7.0f, 2.0f / 5.0f, 2.0f / 3.0f});
         R = R * z;
         const VF hfsq = c(0.5f) * f * f;
         return {e, f, hfsq, s * (hfsq + R)};
@@ -181,21 +177,14 @@ struct FloatMath {
     }
     static VF sinPoly(VF r) {
         const VF z = r * r;
-        VF p = c(-2.50521084e-08f);
-        p = p * z + c(2.75573192e-06f);
-        p = p * z + c(-1.98412698e-04f);
-        p = p * z + c(8.33333333e-03f);
-        p = p * z + c(-1.66666667e-01f);
+        const VF p = horner(z, {-2.50521084e-08f, 2.75573192e-06f, -1.98412698e-04f,
+                                8.33333333e-03f, -1.66666667e-01f});
         return r + r * z * p;
     }
     static VF cosPoly(VF r) {
         const VF z = r * r;
-        VF p = c(-1.14707456e-11f);
-        p = p * z + c(2.08767570e-09f);
-        p = p * z + c(-2.75573192e-07f);
-        p = p * z + c(2.48015873e-05f);
-        p = p * z + c(-1.38888889e-03f);
-        p = p * z + c(4.16666667e-02f);
+        const VF p = horner(z, {-1.14707456e-11f, 2.08767570e-09f, -2.75573192e-07f,
+                                2.48015873e-05f, -1.38888889e-03f, 4.16666667e-02f});
         return c(1.0f) - c(0.5f) * z + z * z * p;
     }
     /// sin(x + k pi/2) for quadrant offset k (0 for sin, 1 for cos).
@@ -224,13 +213,8 @@ struct FloatMath {
         const VM hi = L::gt(t, c(0.267949194f));
         const VF u = L::select(hi, (t * c(1.73205078f) - c(1.0f)) / (t + c(1.73205078f)), t);
         const VF z = u * u;
-        VF p = c(-1.0f / 15.0f);
-        p = p * z + c(1.0f / 13.0f);
-        p = p * z + c(-1.0f / 11.0f);
-        p = p * z + c(1.0f / 9.0f);
-        p = p * z + c(-1.0f / 7.0f);
-        p = p * z + c(1.0f / 5.0f);
-        p = p * z + c(-1.0f / 3.0f);
+        const VF p = horner(z, {-1.0f / 15.0f, 1.0f / 13.0f, -1.0f / 11.0f, 1.0f / 9.0f,
+                                -1.0f / 7.0f, 1.0f / 5.0f, -1.0f / 3.0f});
         const VF a = u + u * z * p;
         return L::select(hi, (c(0.523598790f) + a) + c(-1.457046305830545e-08f), a);
     }
@@ -260,22 +244,14 @@ struct FloatMath {
     // ---- hyperbolic ------------------------------------------------------------------------
     static VF sinhSeries(VF a) {
         const VF z = a * a;
-        VF p = c(1.0f / 6227020800.0f);
-        p = p * z + c(1.0f / 39916800.0f);
-        p = p * z + c(1.0f / 362880.0f);
-        p = p * z + c(1.0f / 5040.0f);
-        p = p * z + c(1.0f / 120.0f);
-        p = p * z + c(1.0f / 6.0f);
+        const VF p = horner(z, {1.0f / 6227020800.0f, 1.0f / 39916800.0f, 1.0f / 362880.0f,
+                                1.0f / 5040.0f, 1.0f / 120.0f, 1.0f / 6.0f});
         return a + a * z * p;
     }
     static VF coshSeries(VF a) {
         const VF z = a * a;
-        VF p = c(1.0f / 87178291200.0f);
-        p = p * z + c(1.0f / 479001600.0f);
-        p = p * z + c(1.0f / 3628800.0f);
-        p = p * z + c(1.0f / 40320.0f);
-        p = p * z + c(1.0f / 720.0f);
-        p = p * z + c(1.0f / 24.0f);
+        const VF p = horner(z, {1.0f / 87178291200.0f, 1.0f / 479001600.0f, 1.0f / 3628800.0f,
+                                1.0f / 40320.0f, 1.0f / 720.0f, 1.0f / 24.0f});
         return c(1.0f) + z * (c(0.5f) + z * p);
     }
     /// e^a / 2 for a >= 0 without overflowing early: e^(a/2) * e^(a/2) / 2.
