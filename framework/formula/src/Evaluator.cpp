@@ -184,8 +184,12 @@ FormulaProgram::FormulaProgram(ImageFormulaManagerPtr manager, eFormulaElementTy
     }
     p.Kernels = detail::kernelsFor(set);
     if (p.Kernels == nullptr) {
-        p.Error = std::string("formula evaluation: the instruction set ") +
-                  core::instructionSetName(set) + " is not available on this processor";
+        p.Error =
+            std::string("formula evaluation: the instruction set ") +
+            core::instructionSetName(set) +
+            (set == eInstructionSet::eAVX
+                 ? " has no formula evaluator (there are standard, SSE2, AVX2 and AVX-512 ones)"
+                 : " is not available on this processor");
         return;
     }
     for (unsigned id = 0; id < kImageCount; ++id) {

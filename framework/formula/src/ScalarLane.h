@@ -2,11 +2,12 @@
 
 // One float per lane: the portable evaluator, and the tail of every vector loop.
 // `Set` is the instruction set of the file that uses it, so that each file's copy
-// (compiled with that set's flags) has a name of its own.
+// (compiled with that set's flags) has a name of its own. Bits move with the
+// builtin, not std::bit_cast: unoptimised builds keep that as a function shared
+// by name with every other file.
 
 #include <vimra/core/InstructionSet.h>
 
-#include <bit>
 #include <cstdint>
 
 namespace vimra::formula::detail {
@@ -34,8 +35,8 @@ struct ScalarLane {
     static VI iset1(std::int32_t v) { return {v}; }
     static VF sqrt(VF a) { return {__builtin_sqrtf(a.v)}; }
 
-    static std::uint32_t u(VF a) { return std::bit_cast<std::uint32_t>(a.v); }
-    static VF f(std::uint32_t b) { return {std::bit_cast<float>(b)}; }
+    static std::uint32_t u(VF a) { return __builtin_bit_cast(std::uint32_t, a.v); }
+    static VF f(std::uint32_t b) { return {__builtin_bit_cast(float, b)}; }
     static VF band(VF a, VF b) { return f(u(a) & u(b)); }
     static VF bor(VF a, VF b) { return f(u(a) | u(b)); }
     static VF bxor(VF a, VF b) { return f(u(a) ^ u(b)); }
@@ -57,8 +58,8 @@ struct ScalarLane {
     /// Truncation; callers pass only values inside the int32 range.
     static VI cvtt(VF a) { return {static_cast<std::int32_t>(a.v)}; }
     static VF cvt(VI a) { return {static_cast<float>(a.v)}; }
-    static VI asInt(VF a) { return {std::bit_cast<std::int32_t>(a.v)}; }
-    static VF asFloat(VI a) { return {std::bit_cast<float>(a.v)}; }
+    static VI asInt(VF a) { return {__builtin_bit_cast(std::int32_t, a.v)}; }
+    static VF asFloat(VI a) { return {__builtin_bit_cast(float, a.v)}; }
     static VI iadd(VI a, VI b) {
         return {static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v) +
                                           static_cast<std::uint32_t>(b.v))};
