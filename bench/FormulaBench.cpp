@@ -48,6 +48,18 @@ void fusedLinear(const float* a, const float* b, const float* c, float* out, std
     for (std::size_t i = 0; i < n; ++i)
         out[i] = 0.5f * a[i] + 0.25f * b[i] + std::sqrt(std::fabs(c[i]));
 }
+// The same loop compiled for wider vectors, run only where the processor has them.
+__attribute__((target("avx2"))) void fusedLinearAvx2(const float* a, const float* b, const float* c,
+                                                     float* out, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i)
+        out[i] = 0.5f * a[i] + 0.25f * b[i] + std::sqrt(std::fabs(c[i]));
+}
+__attribute__((target("avx512f"))) void fusedLinearAvx512(const float* a, const float* b,
+                                                          const float* c, float* out,
+                                                          std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i)
+        out[i] = 0.5f * a[i] + 0.25f * b[i] + std::sqrt(std::fabs(c[i]));
+}
 void fusedGauss(const float* a, const float* b, float* out, std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) out[i] = std::exp(-a[i] * a[i]) * std::sin(b[i]);
 }
@@ -149,6 +161,11 @@ void BM_FormulaLong(benchmark::State& state) {
 
 template <int Which>
 void BM_Fused(benchmark::State& state) {
+    if ((Which == 3 && !core::isAvailable(eInstructionSet::eAVX2)) ||
+        (Which == 4 && !core::isAvailable(eInstructionSet::eAVX512))) {
+        state.SkipWithError("instruction set not available");
+        return;
+    }
     Images& im = images();
     const std::size_t n = im.Out.size();
     for (auto _ : state) {
@@ -157,6 +174,10 @@ void BM_Fused(benchmark::State& state) {
         if constexpr (Which == 1) fusedGauss(im.I1.data(), im.I2.data(), im.Out.data(), n);
         if constexpr (Which == 2)
             fusedLong(im.I1.data(), im.I2.data(), im.I3.data(), im.Out.data(), n);
+        if constexpr (Which == 3)
+            fusedLinearAvx2(im.I1.data(), im.I2.data(), im.I3.data(), im.Out.data(), n);
+        if constexpr (Which == 4)
+            fusedLinearAvx512(im.I1.data(), im.I2.data(), im.I3.data(), im.Out.data(), n);
         benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(n) * 4 *
@@ -204,6 +225,8 @@ void BM_CompileMixed(benchmark::State& state) {
 
 BENCHMARK(BM_FormulaLinear)->VIMRA_ISA_ARGS->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Fused<0>)->Name("BM_FusedLinear")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Fused<3>)->Name("BM_FusedLinearAvx2")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Fused<4>)->Name("BM_FusedLinearAvx512")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_FormulaLong)->VIMRA_ISA_ARGS->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Fused<2>)->Name("BM_FusedLong")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_FormulaGauss)->VIMRA_ISA_ARGS->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -6,6 +6,7 @@
 #include <vimra/formula/ImageFormulaEvaluator.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace vimra::formula {
@@ -61,9 +62,10 @@ struct FormulaProgram::Impl {
     std::array<detail::eElement, kImageCount> Elements{};
     FormulaImageSize Size;
     std::vector<float> Storage;
+    float* Base = nullptr;  ///< Storage's first 64-byte boundary: no vector load splits a cache line
     std::vector<float*> Regs;
 
-    float* storage(std::size_t reg) { return Storage.data() + reg * detail::kBlock; }
+    float* storage(std::size_t reg) { return Base + reg * detail::kBlock; }
 
     void fill(float* d, float v, int n) { std::fill(d, d + n, v); }
 
@@ -199,7 +201,9 @@ FormulaProgram::FormulaProgram(ImageFormulaManagerPtr manager, eFormulaElementTy
                                                             : detail::elementOf(labelType);
     }
     const std::size_t regs = p.Manager->getRegisterCount();
-    p.Storage.assign(regs * detail::kBlock, 0.0f);
+    p.Storage.assign(regs * detail::kBlock + 16, 0.0f);
+    const auto misalign = reinterpret_cast<std::uintptr_t>(p.Storage.data()) % 64;
+    p.Base = p.Storage.data() + (misalign == 0 ? 0 : (64 - misalign) / sizeof(float));
     p.Regs.resize(regs);
     for (std::size_t r = 0; r < regs; ++r) p.Regs[r] = p.storage(r);
     // Constants and sizes fill their registers once.
