@@ -1,9 +1,11 @@
 // AVX-512 evaluator: 16 floats per lane, comparisons in mask registers.
-// Compiled with the AVX-512 flags only.
+// Compiled with the AVX-512 flags only. The tests compile it a second time,
+// against a portable implementation of the intrinsics, under other names.
 
 #include "EvalBody.h"
 #include "ScalarLane.h"
 
+#ifndef VIMRA_FORMULA_AVX512_NS
 // g++ 12 reports the _mm512_undefined_* placeholders of its own header as
 // uninitialised where they are inlined; the warnings carry the header's location.
 #pragma GCC diagnostic push
@@ -13,9 +15,14 @@
 #endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
+#define VIMRA_FORMULA_AVX512_NS avx512
+#define VIMRA_FORMULA_AVX512_TABLE avx512Kernels
+#define VIMRA_FORMULA_AVX512_TAIL eInstructionSet::eAVX512
+#define VIMRA_FORMULA_AVX512_MASK __mmask16
+#endif
 
 namespace vimra::formula::detail {
-namespace avx512 {
+namespace VIMRA_FORMULA_AVX512_NS {
 
 struct Lane {
     static constexpr int W = 16;
@@ -27,7 +34,7 @@ struct Lane {
         friend VF operator/(VF a, VF b) { return {_mm512_div_ps(a.v, b.v)}; }
     };
     struct VM {
-        __mmask16 v;
+        VIMRA_FORMULA_AVX512_MASK v;
     };
     struct VI {
         __m512i v;
@@ -47,9 +54,9 @@ struct Lane {
     static VM eq(VF a, VF b) { return {_mm512_cmp_ps_mask(a.v, b.v, _CMP_EQ_OQ)}; }
     static VM ne(VF a, VF b) { return {_mm512_cmp_ps_mask(a.v, b.v, _CMP_NEQ_UQ)}; }
     static VM unord(VF a, VF b) { return {_mm512_cmp_ps_mask(a.v, b.v, _CMP_UNORD_Q)}; }
-    static VM mand(VM a, VM b) { return {static_cast<__mmask16>(a.v & b.v)}; }
-    static VM mor(VM a, VM b) { return {static_cast<__mmask16>(a.v | b.v)}; }
-    static VM mnot(VM a) { return {static_cast<__mmask16>(~a.v)}; }
+    static VM mand(VM a, VM b) { return {static_cast<VIMRA_FORMULA_AVX512_MASK>(a.v & b.v)}; }
+    static VM mor(VM a, VM b) { return {static_cast<VIMRA_FORMULA_AVX512_MASK>(a.v | b.v)}; }
+    static VM mnot(VM a) { return {static_cast<VIMRA_FORMULA_AVX512_MASK>(~a.v)}; }
     static VF select(VM m, VF a, VF b) { return {_mm512_mask_blend_ps(m.v, b.v, a.v)}; }
     static bool any(VM m) { return m.v != 0; }
     static VF toFloat(VM m) { return {_mm512_maskz_mov_ps(m.v, _mm512_set1_ps(1.0f))}; }
@@ -71,11 +78,11 @@ struct Lane {
     }
 };
 
-}  // namespace avx512
+}  // namespace VIMRA_FORMULA_AVX512_NS
 
-const KernelTable& avx512Kernels() {
+const KernelTable& VIMRA_FORMULA_AVX512_TABLE() {
     static const KernelTable table =
-        EvalBody<avx512::Lane, ScalarLane<eInstructionSet::eAVX512>>::table();
+        EvalBody<VIMRA_FORMULA_AVX512_NS::Lane, ScalarLane<VIMRA_FORMULA_AVX512_TAIL>>::table();
     return table;
 }
 
