@@ -110,11 +110,11 @@ class Lowering {
   public:
     Lowering(const Parsed& parsed, const FormulaLimits& limits, std::string_view text)
         : m_parsed(parsed), m_limits(limits), m_text(text) {
-        // Every parse node adds at most two nodes (mean adds its count).
+        // A parse node adds at most three nodes (mean: the sum, its count, the division).
         std::size_t slots = 16;
-        while (slots < 4 * parsed.Nodes.size() + 16) slots *= 2;
+        while (slots < 8 * parsed.Nodes.size() + 16) slots *= 2;
         m_slots.assign(slots, -1);
-        m_nodes.reserve(2 * parsed.Nodes.size() + 4);
+        m_nodes.reserve(3 * parsed.Nodes.size() + 4);
     }
 
     void run(LoweredProgram& m);
@@ -142,7 +142,7 @@ class Lowering {
                a.Read == b.Read && a.Table == b.Table && a.Args == b.Args;
     }
     /// The node's index, adding it unless an identical one exists (open addressing;
-    /// the table never fills: it has twice as many slots as the tree has nodes).
+    /// the table never fills: it has more than twice as many slots as there can be nodes).
     int intern(DNode n) {
         const std::size_t mask = m_slots.size() - 1;
         for (std::size_t i = hashOf(n) & mask;; i = (i + 1) & mask) {
