@@ -62,7 +62,8 @@ struct FormulaProgram::Impl {
     std::array<detail::eElement, kImageCount> Elements{};
     FormulaImageSize Size;
     std::vector<float> Storage;
-    float* Base = nullptr;  ///< Storage's first 64-byte boundary: no vector load splits a cache line
+    float* Base =
+        nullptr;  ///< Storage's first 64-byte boundary: no vector load splits a cache line
     std::vector<float*> Regs;
 
     float* storage(std::size_t reg) { return Base + reg * detail::kBlock; }

@@ -12,15 +12,19 @@
 namespace vimra::formula::test::avx512fill {
 inline __m256 half(__m512 x, int upper) {
     const __m512i bits = _mm512_castps_si512(x);
-    return _mm256_castsi256_ps(upper ? _mm512_extracti64x4_epi64(bits, 1) : _mm512_castsi512_si256(bits));
+    return _mm256_castsi256_ps(upper ? _mm512_extracti64x4_epi64(bits, 1)
+                                     : _mm512_castsi512_si256(bits));
 }
-inline __m512i join(__m256i lo, __m256i hi) { return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1); }
+inline __m512i join(__m256i lo, __m256i hi) {
+    return _mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1);
+}
 inline __m512i cvttps_epi32(__m512 x) {
     return join(_mm256_cvttps_epi32(half(x, 0)), _mm256_cvttps_epi32(half(x, 1)));
 }
 inline __m512 cvtepi32_ps(__m512i x) {
-    const __m512i f = join(_mm256_castps_si256(_mm256_cvtepi32_ps(_mm512_castsi512_si256(x))),
-                           _mm256_castps_si256(_mm256_cvtepi32_ps(_mm512_extracti64x4_epi64(x, 1))));
+    const __m512i f =
+        join(_mm256_castps_si256(_mm256_cvtepi32_ps(_mm512_castsi512_si256(x))),
+             _mm256_castps_si256(_mm256_cvtepi32_ps(_mm512_extracti64x4_epi64(x, 1))));
     return _mm512_castsi512_ps(f);
 }
 }  // namespace vimra::formula::test::avx512fill
