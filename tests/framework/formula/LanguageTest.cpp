@@ -589,6 +589,34 @@ TEST(FormulaOffsets, CoordinatesSizesAndTheFourNeighbourMean) {
         }
 }
 
+TEST(FormulaOffsets, VolumesReadAlongZAndReportTheirDepth) {
+    Inputs in;
+    in.SizeX = 4;
+    in.SizeY = 3;
+    in.SizeZ = 3;
+    for (int i = 0; i < 36; ++i) in.Grey[0].push_back(static_cast<float>(i));
+    FormulaCompileOptions o;
+    o.Dimension = eFormulaDimension::e3d;
+    const auto m = compileOrFail("I1[1,0,-1] + z * 100 + depth * 1000 + I1[0,0,2] * 10000", o);
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->getHalo().Before, (std::array<int, 3>{0, 0, 1}));
+    EXPECT_EQ(m->getHalo().After, (std::array<int, 3>{1, 0, 2}));
+    const auto out = evaluate(m, in, eInstructionSet::eStandard, image::BorderPolicy::mirror());
+    auto at = [&](int x, int y, int z) {
+        const auto xi = foldIndex(image::eBorderPolicyType::eMirror, x, 4);
+        const auto zi = foldIndex(image::eBorderPolicyType::eMirror, z, 3);
+        return static_cast<float>(zi * 12 + y * 4 + xi);
+    };
+    for (int z = 0; z < 3; ++z)
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 4; ++x) {
+                const float want = at(x + 1, y, z - 1) + static_cast<float>(z * 100) + 3000.0f +
+                                   at(x, y, z + 2) * 10000.0f;
+                EXPECT_EQ(out[static_cast<std::size_t>(z * 12 + y * 4 + x)], want)
+                    << x << "," << y << "," << z;
+            }
+}
+
 TEST(FormulaOffsets, ManagerReportsReadsHaloImagesAndMerging) {
     const auto m = compileOrFail("I1[-2,1] + I2[3,-1] + I1[-2,1] + L3 + I2[3,-1]");
     ASSERT_TRUE(m);
