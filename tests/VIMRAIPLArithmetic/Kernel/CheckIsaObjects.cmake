@@ -1,8 +1,8 @@
-# Checks the objects compiled with instruction-set flags (the <Op>Lvl3_<set> files
-# and the layer probes of the tests):
+# Checks the objects compiled with instruction-set flags (the <Op>Lvl3_<set> files,
+# the layer probes of the tests and the formula evaluator's Eval<Set> files):
 #  1. they define no function shared by name with other objects (weak or unique
 #     symbols) unless its name is specific to their set: the set's namespace
-#     vimra::simd::<set> or the set's eInstructionSet value as a template
+#     vimra::simd::<set> or vimra::formula::detail::<set>, or the set's eInstructionSet value as a template
 #     argument. Otherwise the linker may keep their copy, compiled for the wider
 #     set, for every caller.
 #  2. their static initialisers, which run before any processor check, contain no
@@ -17,6 +17,8 @@ foreach(object IN LISTS objects)
   if(name MATCHES "Lvl3_(sse2|avx|avx2|avx512)\\.cpp\\.o$")
     set(isa "${CMAKE_MATCH_1}")
   elseif(name MATCHES "^(Sse2|Avx|Avx2|Avx512)Probes\\.cpp\\.o$")
+    string(TOLOWER "${CMAKE_MATCH_1}" isa)
+  elseif(name MATCHES "^Eval(Sse2|Avx|Avx2|Avx512)\\.cpp\\.o$")
     string(TOLOWER "${CMAKE_MATCH_1}" isa)
   else()
     continue()
@@ -43,6 +45,9 @@ foreach(object IN LISTS objects)
       continue()  # a data reference to the exception personality routine, no code
     endif()
     string(FIND "${symbol}" "vimra::simd::${isa}::" inNamespace)
+    if(inNamespace EQUAL -1)
+      string(FIND "${symbol}" "vimra::formula::detail::${isa}::" inNamespace)
+    endif()
     string(FIND "${symbol}" "(vimra::eInstructionSet::domain)${value}" withValue)
     if(inNamespace EQUAL -1 AND withValue EQUAL -1)
       string(APPEND problems "\n  ${name}: shares '${symbol}'")
