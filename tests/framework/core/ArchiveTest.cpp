@@ -539,36 +539,22 @@ INSTANTIATE_TEST_SUITE_P(
                                "deeper than 256 levels"}),
     [](const ::testing::TestParamInfo<DeepCase>& info) { return info.param.name; });
 
-// Seconds to read `doc`, the best of three runs.
-double readSeconds(const std::string& doc) {
-    double best = 1e9;
-    for (int run = 0; run < 3; ++run) {
-        const auto start = std::chrono::steady_clock::now();
-        BaseIArchive in(doc);
-        best = std::min(
-            best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-    }
-    return best;
-}
-
 std::string siblings(int count) {
     std::string doc = "<vimraArchive format=\"1\">";
     for (int i = 0; i < count; ++i) doc += "<section name=\"s\"/>\n";
     return doc + "</vimraArchive>";
 }
 
-TEST(Archive, ReadingTimeGrowsLinearly) {
-    // Four times the siblings must take about four times as long; a reader that
-    // rescans the rest of the document per tag takes sixteen times as long.
-    const std::string small = siblings(25000), large = siblings(100000);
-    const double ratio = readSeconds(large) / std::max(readSeconds(small), 1e-6);
-    EXPECT_LT(ratio, 8.0) << "reading 4x the document took " << ratio << "x the time";
-
-    // And a document of 400,000 sections (7.6 MB) is read in seconds.
-    const auto start = std::chrono::steady_clock::now();
+TEST(Archive, ReadsDocumentsOfManySiblings) {
+    // 400,000 sibling sections (7.6 MB): the reader makes one pass without
+    // recursion (a reader that rescanned the document per tag took 20 s here;
+    // timings belong to the benchmarks, not to this test).
     BaseIArchive in(siblings(400000));
-    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
-              10.0);
+    for (int i = 0; i < 400000; ++i) {
+        in.beginSection("s");
+        in.endSection();
+    }
+    EXPECT_THROW(in.beginSection("s"), SerializationException);
 }
 
 TEST(Archive, AcceptsNestingUpToTheLimit) {
