@@ -185,9 +185,10 @@ private:
     ImageHandle m_image;
 };
 
-/// Cuts a 2d image (`Image` is `const image::BaseImage` for inputs) into y strips.
-template <class Lvl3, class Image, class Attr>
-class ImageYStrip2dSplit final : public BaseImageStripSplit<Image, Attr, eStripAxis::eY> {
+/// Cuts an image (`Image` is `const image::BaseImage` for inputs) into strips
+/// along `Axis`, each a view of the image.
+template <class Image, class Attr, eStripAxis::domain Axis>
+class ImageViewStripSplit : public BaseImageStripSplit<Image, Attr, Axis> {
 public:
     using Strip = typename Attr::value_type;
     void initBase(boost::shared_ptr<Image> image, unsigned allocation, unsigned dirX, unsigned dirY) {
@@ -199,19 +200,13 @@ public:
     }
 };
 
+/// Cuts a 2d image into y strips (bands of rows).
+template <class Lvl3, class Image, class Attr>
+class ImageYStrip2dSplit final : public ImageViewStripSplit<Image, Attr, eStripAxis::eY> {};
+
 /// Cuts a 3d volume into z strips (bands of whole planes).
 template <class Lvl3, class Image, class Attr>
-class ImageZStrip3dSplit final : public BaseImageStripSplit<Image, Attr, eStripAxis::eZ> {
-public:
-    using Strip = typename Attr::value_type;
-    void initBase(boost::shared_ptr<Image> image, unsigned allocation, unsigned dirX, unsigned dirY) {
-        (void)allocation, (void)dirX, (void)dirY;
-        this->setImage(std::move(image));
-    }
-    void assign(BaseAttribute& attribute, std::uint64_t start, std::uint64_t count) const override {
-        static_cast<Attr&>(attribute).init(Strip(this->image(), start, count));
-    }
-};
+class ImageZStrip3dSplit final : public ImageViewStripSplit<Image, Attr, eStripAxis::eZ> {};
 
 /// Cuts a 2d input image into y strips read through a neighbourhood of
 /// `kernelSizeX` columns and `kernelSizeY` rows on each side.
