@@ -148,6 +148,21 @@ RulePtr matchSize(std::vector<ImageAttributeRef> attributes) {
         [](const BaseImage& a, const BaseImage& b) { return a.sameSize(b); }, sizeText);
 }
 
+RulePtr matchSize(std::vector<ImageAttributeRef> attributes, eSizeMatchMode::domain mode) {
+    if (mode == eSizeMatchMode::eAll) return matchSize(std::move(attributes));
+    return boost::make_shared<PairwiseImageRule>(
+        "matchSize", "sizes", std::move(attributes),
+        [mode](const BaseImage& a, const BaseImage& b) {
+            const auto differs = [mode](unsigned bit, std::uint64_t x, std::uint64_t y) { return (mode & bit) && x != y; };
+            return !(differs(eSizeMatchMode::eX, a.getSizeX(), b.getSizeX()) ||
+                     differs(eSizeMatchMode::eY, a.getSizeY(), b.getSizeY()) ||
+                     differs(eSizeMatchMode::eZ, a.getSizeZ(), b.getSizeZ()) ||
+                     differs(eSizeMatchMode::eC, a.getSizeC(), b.getSizeC()) ||
+                     differs(eSizeMatchMode::eT, a.getSizeT(), b.getSizeT()));
+        },
+        sizeText);
+}
+
 RulePtr matchBufferType(std::vector<ImageAttributeRef> attributes) {
     return boost::make_shared<PairwiseImageRule>(
         "matchBufferType", "buffer types", std::move(attributes),

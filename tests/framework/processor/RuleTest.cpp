@@ -52,6 +52,19 @@ TEST(Rules, MatchSizeComparesEveryDimension) {
     EXPECT_FALSE(matchSize(in1, in2)->check());  // same number of planes, different geometry
 }
 
+TEST(Rules, MatchSizeInAModeComparesOnlyItsDimensions) {
+    auto volume = withImage<attr::InImg1>(image::Image::create3d(eImageBufferType::eUInt16, 8, 6, 5));
+    auto plane = withImage<attr::InImg2>(img2d(eImageBufferType::eUInt16, 8, 6));
+    auto other = withImage<attr::InImg3>(img2d(eImageBufferType::eUInt16, 8, 7));
+    EXPECT_FALSE(matchSize(volume, plane)->check());
+    EXPECT_TRUE(matchSizeIn(eSizeMatchMode::ePlane, volume, plane)->check());
+    EXPECT_FALSE(matchSizeIn(eSizeMatchMode::eVolume, volume, plane)->check());
+    BoolResult r = matchSizeIn(eSizeMatchMode::ePlane, volume, other)->check();
+    ASSERT_FALSE(r);
+    EXPECT_NE(r.getMessage().find("InImg3"), std::string::npos) << r.getMessage();
+    EXPECT_TRUE(matchSizeIn(eSizeMatchMode::eX, volume, other)->check());
+}
+
 TEST(Rules, BufferTypeRulesAndRanges) {
     auto in1 = withImage<attr::InImg1>(img2d(eImageBufferType::eUInt8, 2, 2));
     auto in2 = withImage<attr::InImg2>(img2d(eImageBufferType::eInt8, 2, 2));

@@ -30,6 +30,26 @@ using ImageAttributeRef = boost::weak_ptr<const BaseImageAttribute>;
 /// All set images among the attributes have the same size in every dimension;
 /// unset attributes (an output still to be created) are skipped.
 RulePtr matchSize(std::vector<ImageAttributeRef> attributes);
+/// Which dimensions a size rule compares (a bit per dimension).
+struct eSizeMatchMode {
+    enum domain : unsigned {
+        eX = 1,
+        eY = 2,
+        eZ = 4,
+        eC = 8,
+        eT = 16,
+        ePlane = eX | eY,
+        eVolume = ePlane | eZ,
+        eColorPlane = ePlane | eC,
+        eColorVolume = eVolume | eC,
+        ePlaneSequence = ePlane | eT,
+        eAll = eX | eY | eZ | eC | eT,
+    };
+};
+/// All set images have the same size in the dimensions of `mode` (images of
+/// different geometry: a plane applied to every plane of a volume matches in ePlane).
+RulePtr matchSize(std::vector<ImageAttributeRef> attributes, eSizeMatchMode::domain mode);
+
 /// All set images among the attributes have the same buffer type.
 RulePtr matchBufferType(std::vector<ImageAttributeRef> attributes);
 /// Same size and same buffer type.
@@ -38,6 +58,10 @@ RulePtr matchSizeAndType(std::vector<ImageAttributeRef> attributes);
 template <class... A>
 RulePtr matchSize(const boost::shared_ptr<A>&... a) {
     return matchSize(std::vector<ImageAttributeRef>{ImageAttributeRef(a)...});
+}
+template <class... A>
+RulePtr matchSizeIn(eSizeMatchMode::domain mode, const boost::shared_ptr<A>&... a) {
+    return matchSize(std::vector<ImageAttributeRef>{ImageAttributeRef(a)...}, mode);
 }
 template <class... A>
 RulePtr matchBufferType(const boost::shared_ptr<A>&... a) {
