@@ -100,7 +100,9 @@ TEST(KernelSignatures, KeysReachTheEntryOfTheirParameters) {
                 const int ea = elementOf(a), eb = elementOf(b), ec = elementOf(c);
                 ASSERT_EQ(indexOf(full.select(key({a, b, c}))), (ea * 7 + eb) * 7 + ec);
                 ASSERT_EQ(indexOf(shared.select(key({a, a, c}))), ea * 7 + ec);
-                if (a != b) ASSERT_EQ(shared.select(key({a, b, c})), nullptr);
+                if (a != b) {
+                    ASSERT_EQ(shared.select(key({a, b, c})), nullptr);
+                }
                 const bool label = eb == 3 || eb == 5;
                 ASSERT_EQ(indexOf(labels.select(key({a, b, c}))), label ? (ea * 2 + (eb == 5)) * 7 + ec : -1);
             }
