@@ -232,14 +232,6 @@ AlgorithmFunctionSelector* findFunctionSelector(const std::string& typeName) {
     return it == r.selectors.end() ? nullptr : it->second;
 }
 
-std::vector<std::string> getFunctionSelectorNames() {
-    SelectorRegistry& r = selectorRegistry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    std::vector<std::string> names;
-    for (const auto& [name, selector] : r.selectors) names.push_back(name);
-    return names;
-}
-
 KernelTableRegistration::KernelTableRegistration(AlgorithmFunctionSelector& (*selector)(),
                                                  eInstructionSet::domain set, const AlgorithmFunction* table,
                                                  const KernelSignature& signature) {

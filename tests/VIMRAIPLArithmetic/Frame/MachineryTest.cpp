@@ -414,12 +414,13 @@ namespace {
 TEST(HostileCallers, NullRangeArgumentIsRefusedByName) {
     using Range = entry::Argument<vimra::imaproc::attr::InOutputRange>;
     const auto range = boost::make_shared<const processor::Range>(processor::Range{1.0, 2.0});
-    EXPECT_EQ(Range::convert(range, "boundImg").Max, 2.0);
+    EXPECT_EQ(Range::convert(range, &PairTestLvl1::getTypeName).Max, 2.0);
     try {
-        Range::convert(Range::type(), "boundImg");
+        Range::convert(Range::type(), &PairTestLvl1::getTypeName);
         FAIL() << "a null range was accepted";
     } catch (const processor::VIMRABaseProcessingException& e) {
         EXPECT_NE(std::string(e.what()).find("InOutputRange"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("PairTestLvl1"), std::string::npos) << e.what();
     }
 }
 

@@ -29,13 +29,14 @@ BoolResult noKernelFailure(const std::string& typeName, const processor::DataTyp
 
 namespace vimra::imaproc::arithm::entry {
 
-void throwNullArgument(const char* function, const char* attribute) {
+void throwNullArgument(CallerName caller, const char* attribute) {
+    const std::string& name = caller();
     throw processor::VIMRABaseProcessingException(
-        core::formatMessage(processor::eBaseProcessingMessage::eNullArgument, function, attribute), function);
+        core::formatMessage(processor::eBaseProcessingMessage::eNullArgument, name, attribute), name);
 }
 
-processor::Range Argument<attr::InOutputRange>::convert(const type& value, const char* function) {
-    if (!value) throwNullArgument(function, attr::InOutputRange::s_name);
+processor::Range Argument<attr::InOutputRange>::convert(const type& value, CallerName caller) {
+    if (!value) throwNullArgument(caller, attr::InOutputRange::s_name);
     return *value;
 }
 

@@ -47,7 +47,6 @@ public:
         : m_kernels((processor::registerFunctionSelector(T::getTypeName(), T::retrieveFunctionSelector()),
                      &T::retrieveFunctionSelector),
                     eInstructionSet::eStandard, Table::s_data, Table::s_signature) {}
-    std::size_t getKernelCount() const { return m_kernels.getCount(); }
 
 private:
     processor::KernelTableRegistration m_kernels;

@@ -51,8 +51,6 @@ struct KernelArgs {
     /// Operation parameters (scalars, ranges), owned by the level-3 processor and
     /// read by the kernel once per strip.
     const KernelParams* params = nullptr;
-    /// Store results with non-temporal stores where the kernel supports it.
-    bool streamingStores = false;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.
@@ -231,7 +229,6 @@ std::size_t registerKernelTable(AlgorithmFunctionSelector& selector, eInstructio
 /// tools reach any class's kernels without naming its C++ type.
 void registerFunctionSelector(const std::string& typeName, AlgorithmFunctionSelector& selector);
 AlgorithmFunctionSelector* findFunctionSelector(const std::string& typeName);
-std::vector<std::string> getFunctionSelectorNames();
 
 /// Static-initialiser helper of an instruction-set kernel file: registers the
 /// table only when core::isAvailable(set). It lives in the baseline-compiled

@@ -19,18 +19,22 @@ namespace vimra::imaproc::arithm::entry {
 
 /// How an entry-function argument becomes an attribute value. Most are taken
 /// as they are; a range comes by shared pointer to const (a null one is refused).
+/// `caller` names the processor class in errors; it is only called on failure
+/// (the name is built under a process-wide mutex).
+using CallerName = const std::string& (*)();
+
 template <class Attr>
 struct Argument {
     using type = typename Attr::value_type;
-    static const type& convert(const type& value, const char*) { return value; }
+    static const type& convert(const type& value, CallerName) { return value; }
 };
 template <>
 struct Argument<attr::InOutputRange> {
     using type = boost::shared_ptr<const processor::Range>;
-    static processor::Range convert(const type& value, const char* function);
+    static processor::Range convert(const type& value, CallerName caller);
 };
 
-[[noreturn]] void throwNullArgument(const char* function, const char* attribute);
+[[noreturn]] void throwNullArgument(CallerName caller, const char* attribute);
 
 namespace detail {
 
@@ -51,11 +55,11 @@ using OutputAttrs = typename arithm::detail::LevelAttributes<eLevel::eLvl1, type
 
 template <class Lvl1, class... A, class Tuple, std::size_t... I>
 void setArguments(Lvl1& p, TypeList<A...>, const Tuple& values, std::index_sequence<I...>) {
-    (p.template set<A>(Argument<A>::convert(std::get<I>(values), Lvl1::getTypeName().c_str())), ...);
+    (p.template set<A>(Argument<A>::convert(std::get<I>(values), &Lvl1::getTypeName)), ...);
 }
 template <class Lvl1, class... O, class Tuple, std::size_t... I>
 void setOutputs(Lvl1& p, TypeList<O...>, const Tuple& values, std::index_sequence<I...>) {
-    ((std::get<I>(values) ? void() : throwNullArgument(Lvl1::getTypeName().c_str(), O::s_name)), ...);
+    ((std::get<I>(values) ? void() : throwNullArgument(&Lvl1::getTypeName, O::s_name)), ...);
     (p.template set<O>(std::get<I>(values)), ...);
 }
 
