@@ -31,7 +31,8 @@ struct Shape {
     std::uint64_t z = 0, c = 0, t = 0;
 };
 
-ImageDescription describe(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y, Shape s) {
+ImageDescription describe(eImageBufferType::domain type, std::uint64_t x, std::uint64_t y,
+                          Shape s) {
     return ImageDescription::make(
         type, x, y, s.z ? image::VolumeGeometry::make3d(s.z) : image::VolumeGeometry::make2d(),
         s.c ? image::ColorGeometry::multiChannel(s.c) : image::ColorGeometry::grey(),
@@ -40,7 +41,8 @@ ImageDescription describe(eImageBufferType::domain type, std::uint64_t x, std::u
 
 image::ImagePtr randomImage(const ImageDescription& d, std::mt19937& rng) {
     auto img = image::Image::create(d);
-    test::fillImage(*img, test::randomValues(d.bufferType, d.sizeX * d.sizeY * d.planeCount(), rng));
+    test::fillImage(*img,
+                    test::randomValues(d.bufferType, d.sizeX * d.sizeY * d.planeCount(), rng));
     return img;
 }
 
@@ -60,7 +62,8 @@ std::vector<unsigned char> pixelBytes(const image::BaseImage& img) {
 /// One operation: the generic forms under test and the ordinary operation they stand on.
 struct Operation {
     const char* name;
-    void (*generic)(const image::ConstImagePtr&, const image::ConstImagePtr&, const image::ImagePtr&);
+    void (*generic)(const image::ConstImagePtr&, const image::ConstImagePtr&,
+                    const image::ImagePtr&);
     image::ImagePtr (*genericCreating)(const image::ConstImagePtr&, const image::ConstImagePtr&);
     void (*plain)(const image::ConstImagePtr&, const image::ConstImagePtr&, const image::ImagePtr&);
 };
@@ -101,7 +104,8 @@ const Broadcast s_broadcasts[] = {
 };
 
 /// Boxes of the first image that have the second image's size: the pieces.
-std::vector<image::ImageView::Box> pieces(const image::BaseImage& first, const image::BaseImage& second) {
+std::vector<image::ImageView::Box> pieces(const image::BaseImage& first,
+                                          const image::BaseImage& second) {
     std::vector<image::ImageView::Box> boxes;
     for (std::uint64_t t = 0; t < first.getSizeT(); t += second.getSizeT())
         for (std::uint64_t c = 0; c < first.getSizeC(); c += second.getSizeC())
@@ -112,23 +116,26 @@ std::vector<image::ImageView::Box> pieces(const image::BaseImage& first, const i
 
 /// Every piece of `out` equals the plain operation of that piece of `first` and
 /// `second`, into an image of out's buffer type.
-void expectPiecewise(const Operation& op, const image::ImagePtr& first, const image::ImagePtr& second,
-                     const image::ImagePtr& out, const std::string& context) {
+void expectPiecewise(const Operation& op, const image::ImagePtr& first,
+                     const image::ImagePtr& second, const image::ImagePtr& out,
+                     const std::string& context) {
     ASSERT_TRUE(out->sameSize(*first)) << context;
     const auto boxes = pieces(*first, *second);
     ASSERT_GT(boxes.size(), 0u);
     for (const auto& box : boxes) {
         auto piece = image::ImageView::create(image::ConstImagePtr(first), box);
-        auto expected = image::Image::create(describe(out->getBufferType(), first->getSizeX(), first->getSizeY(),
-                                                      {second->getSizeZ(), second->getSizeC(), second->getSizeT()}));
+        auto expected = image::Image::create(
+            describe(out->getBufferType(), first->getSizeX(), first->getSizeY(),
+                     {second->getSizeZ(), second->getSizeC(), second->getSizeT()}));
         op.plain(piece, second, expected);
         const auto want = test::imageValues(*expected);
-        const auto got = test::imageValues(*image::ImageView::create(image::ConstImagePtr(out), box));
+        const auto got =
+            test::imageValues(*image::ImageView::create(image::ConstImagePtr(out), box));
         ASSERT_EQ(want.size(), got.size());
         for (std::size_t i = 0; i < want.size(); ++i)
             ASSERT_TRUE(test::sameValue(want[i], got[i]))
-                << context << ", piece z" << box.z0 << " c" << box.c0 << " t" << box.t0 << ", element " << i
-                << ": " << got[i] << " instead of " << want[i];
+                << context << ", piece z" << box.z0 << " c" << box.c0 << " t" << box.t0
+                << ", element " << i << ": " << got[i] << " instead of " << want[i];
     }
 }
 
@@ -141,7 +148,8 @@ TEST(GenericImgImg, EveryPieceEqualsThePlainOperationOfThatPiece) {
             for (const Operation& op : s_operations) {
                 const std::string context = std::string(op.name) + ", " + b.what + ", types " +
                                             image::bufferTypeName(types.in1) + " " +
-                                            image::bufferTypeName(types.in2) + " " + image::bufferTypeName(types.out);
+                                            image::bufferTypeName(types.in2) + " " +
+                                            image::bufferTypeName(types.out);
                 auto out = image::Image::create(describe(types.out, 37, 5, b.first));
                 op.generic(first, second, out);
                 expectPiecewise(op, first, second, out, context);
@@ -158,12 +166,16 @@ TEST(GenericImgImg, CreatedOutputHasTheFirstImagesGeometryAndTheAdditionPromotio
             auto out = op.genericCreating(first, second);
             ASSERT_TRUE(out);
             // uint8 and uint8 is where the addition rule differs from subtraction's and division's.
-            const auto promoted = processor::promoteBinary(processor::ePromoteBinaryType::eAddition,
-                                                           eImageBufferType::eUInt8, eImageBufferType::eUInt8);
+            const auto promoted =
+                processor::promoteBinary(processor::ePromoteBinaryType::eAddition,
+                                         eImageBufferType::eUInt8, eImageBufferType::eUInt8);
             EXPECT_EQ(out->getBufferType(), promoted) << op.name << ", " << b.what;
-            EXPECT_EQ(out->getDescription().volume, first->getDescription().volume) << op.name << ", " << b.what;
-            EXPECT_EQ(out->getDescription().color, first->getDescription().color) << op.name << ", " << b.what;
-            EXPECT_EQ(out->getDescription().temporal, first->getDescription().temporal) << op.name << ", " << b.what;
+            EXPECT_EQ(out->getDescription().volume, first->getDescription().volume)
+                << op.name << ", " << b.what;
+            EXPECT_EQ(out->getDescription().color, first->getDescription().color)
+                << op.name << ", " << b.what;
+            EXPECT_EQ(out->getDescription().temporal, first->getDescription().temporal)
+                << op.name << ", " << b.what;
             expectPiecewise(op, first, second, out, std::string(op.name) + ", " + b.what);
         }
     }
@@ -217,11 +229,15 @@ TEST(GenericImgImg, RefusalsNameTheFaultAndLeaveTheOutputByteIdentical) {
                 op.generic(first, second, out);
                 ADD_FAILURE() << op.name << " accepted " << r.what;
             } catch (const processor::VIMRABaseProcessingException& e) {
-                EXPECT_NE(std::string(e.what()).find(r.named), std::string::npos) << r.what << ": " << e.what();
+                EXPECT_NE(std::string(e.what()).find(r.named), std::string::npos)
+                    << r.what << ": " << e.what();
             }
-            ASSERT_TRUE(pixelBytes(*out) == before) << op.name << " wrote to the output refusing " << r.what;
+            ASSERT_TRUE(pixelBytes(*out) == before)
+                << op.name << " wrote to the output refusing " << r.what;
             if (r.output.z == r.first.z && r.output.c == r.first.c && r.output.t == r.first.t) {
-                EXPECT_THROW(op.genericCreating(first, second), processor::VIMRABaseProcessingException) << r.what;
+                EXPECT_THROW(op.genericCreating(first, second),
+                             processor::VIMRABaseProcessingException)
+                    << r.what;
             }
         }
     }
@@ -242,7 +258,8 @@ TEST(GenericImgImg, WithoutRulesAnUnlistedGeometryFailsBeforeAnyPieceRuns) {
         processor::executeSyncRun(p);
         FAIL() << "a 3d sequence was served";
     } catch (const processor::VIMRABaseProcessingException& e) {
-        EXPECT_NE(std::string(e.what()).find("Enumerate value 3d grey sequence of InImg2 is not yet supported"),
+        EXPECT_NE(std::string(e.what()).find(
+                      "Enumerate value 3d grey sequence of InImg2 is not yet supported"),
                   std::string::npos)
             << e.what();
     }
@@ -285,7 +302,8 @@ TEST(GenericImgImg, AsynchronousFormsGiveTheSynchronousResultAndCanBeCancelled) 
     expectPiecewise(s_operations[1], first, second, out, "asynchronous subtract");
 
     // Many pieces of many strips: far more work than the time to cancel.
-    auto volume = image::Image::create(ImageDescription::make3d(eImageBufferType::eFloat, 512, 512, 32));
+    auto volume =
+        image::Image::create(ImageDescription::make3d(eImageBufferType::eFloat, 512, 512, 32));
     auto plane = image::Image::create2d(eImageBufferType::eFloat, 512, 512);
     auto cancelled = genericAddImgImg_async(volume, plane);
     cancelled->requestCancellation();
@@ -300,26 +318,39 @@ TEST(GenericImgImg, EveryClassIsRegisteredWithItsToolTip) {
     const std::pair<const char*, const char*> classes[] = {
         {"GenericAddImgImgLvl1", "Level 1 algorithm: Add images with different dimensions"},
         {"GenericAddImgImgSplit2dLvl2", "Level 2 algorithm: Add images with different dimensions"},
-        {"GenericAddImgImgSplit2dRgbLvl2", "Level 2 algorithm: Add images with different dimensions"},
-        {"GenericAddImgImgSplit2dSeqLvl2", "Level 2 algorithm: Add images with different dimensions"},
+        {"GenericAddImgImgSplit2dRgbLvl2",
+         "Level 2 algorithm: Add images with different dimensions"},
+        {"GenericAddImgImgSplit2dSeqLvl2",
+         "Level 2 algorithm: Add images with different dimensions"},
         {"GenericAddImgImgSplit3dLvl2", "Level 2 algorithm: Add images with different dimensions"},
-        {"GenericAddImgImgSplit3dRgbLvl2", "Level 2 algorithm: Add images with different dimensions"},
-        {"GenericDivideImgImgLvl1", "Level 1 algorithm: function for divide images with different dimensions"},
-        {"GenericDivideImgImgSplit2dLvl2", "Level 2 algorithm: function for divide images with different dimensions"},
+        {"GenericAddImgImgSplit3dRgbLvl2",
+         "Level 2 algorithm: Add images with different dimensions"},
+        {"GenericDivideImgImgLvl1",
+         "Level 1 algorithm: function for divide images with different dimensions"},
+        {"GenericDivideImgImgSplit2dLvl2",
+         "Level 2 algorithm: function for divide images with different dimensions"},
         {"GenericDivideImgImgSplit2dRgbLvl2",
          "Level 2 algorithm: function for divide images with different dimensions"},
         {"GenericDivideImgImgSplit2dSeqLvl2",
          "Level 2 algorithm: function for divide images with different dimensions"},
-        {"GenericDivideImgImgSplit3dLvl2", "Level 2 algorithm: function for subtract divide with different dimensions"},
+        {"GenericDivideImgImgSplit3dLvl2",
+         "Level 2 algorithm: function for subtract divide with different dimensions"},
         {"GenericDivideImgImgSplit3dRgbLvl2",
          "Level 2 algorithm: function for subtract divide with different dimensions"},
-        {"GenericMultiplyImgImgLvl1", "Level 1 algorithm: Multiply images with different dimensions"},
-        {"GenericMultiplyImgImgSplit2dLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
-        {"GenericMultiplyImgImgSplit2dRgbLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
-        {"GenericMultiplyImgImgSplit2dSeqLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
-        {"GenericMultiplyImgImgSplit3dLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
-        {"GenericMultiplyImgImgSplit3dRgbLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
-        {"GenericSubtractImgImgLvl1", "Level 1 algorithm: functions for subtract images with different dimensions"},
+        {"GenericMultiplyImgImgLvl1",
+         "Level 1 algorithm: Multiply images with different dimensions"},
+        {"GenericMultiplyImgImgSplit2dLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericMultiplyImgImgSplit2dRgbLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericMultiplyImgImgSplit2dSeqLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericMultiplyImgImgSplit3dLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericMultiplyImgImgSplit3dRgbLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericSubtractImgImgLvl1",
+         "Level 1 algorithm: functions for subtract images with different dimensions"},
         {"GenericSubtractImgImgSplit2dLvl2",
          "Level 2 algorithm: functions for subtract images with different dimensions"},
         {"GenericSubtractImgImgSplit2dRgbLvl2",
@@ -328,7 +359,8 @@ TEST(GenericImgImg, EveryClassIsRegisteredWithItsToolTip) {
          "Level 2 algorithm: functions for subtract images with different dimensions"},
         {"GenericSubtractImgImgSplit3dLvl2",
          "Level 2 algorithm: functions for subtract images with different dimensions"},
-        {"GenericSubtractImgImgSplit3dRgbLvl2", "Level 2 algorithm: Multiply images with different dimensions"},
+        {"GenericSubtractImgImgSplit3dRgbLvl2",
+         "Level 2 algorithm: Multiply images with different dimensions"},
     };
     for (const auto& [name, toolTip] : classes) {
         const std::string typeName = std::string("vimra::imaproc::arithm::") + name;
@@ -348,7 +380,8 @@ void expectLevelTwoRunsOnePiece(const std::string& name, Shape shape) {
     auto b = randomImage(describe(eImageBufferType::eUInt16, 20, 3, shape), rng);
     auto out = image::Image::create(describe(eImageBufferType::eUInt16, 20, 3, shape));
     auto p = boost::dynamic_pointer_cast<processor::BaseAsyncProcessor>(
-        processor::ProcessorFactory::getInstance().createProcessor("vimra::imaproc::arithm::" + name));
+        processor::ProcessorFactory::getInstance().createProcessor("vimra::imaproc::arithm::" +
+                                                                   name));
     ASSERT_TRUE(p) << name;
     p->init();
     p->set<In1>(a);
@@ -362,14 +395,16 @@ void expectLevelTwoRunsOnePiece(const std::string& name, Shape shape) {
 
 TEST(GenericImgImg, LevelTwoClassesTakeTheAttributesOfTheirGeometry) {
     namespace attr = imaproc::attr;
-    expectLevelTwoRunsOnePiece<attr::InSubImg2d1, attr::InSubImg2d2>("GenericSubtractImgImgSplit2dLvl2", {});
-    expectLevelTwoRunsOnePiece<attr::InSubColorImg2d1, attr::InSubColorImg2d2>("GenericSubtractImgImgSplit2dRgbLvl2",
-                                                                               {0, 3, 0});
-    expectLevelTwoRunsOnePiece<attr::InSubSeqImg2d1, attr::InSubSeqImg2d2>("GenericSubtractImgImgSplit2dSeqLvl2",
-                                                                           {0, 0, 4});
-    expectLevelTwoRunsOnePiece<attr::InSubImg3d1, attr::InSubImg3d2>("GenericSubtractImgImgSplit3dLvl2", {3, 0, 0});
-    expectLevelTwoRunsOnePiece<attr::InSubColorImg3d1, attr::InSubColorImg3d2>("GenericSubtractImgImgSplit3dRgbLvl2",
-                                                                               {2, 3, 0});
+    expectLevelTwoRunsOnePiece<attr::InSubImg2d1, attr::InSubImg2d2>(
+        "GenericSubtractImgImgSplit2dLvl2", {});
+    expectLevelTwoRunsOnePiece<attr::InSubColorImg2d1, attr::InSubColorImg2d2>(
+        "GenericSubtractImgImgSplit2dRgbLvl2", {0, 3, 0});
+    expectLevelTwoRunsOnePiece<attr::InSubSeqImg2d1, attr::InSubSeqImg2d2>(
+        "GenericSubtractImgImgSplit2dSeqLvl2", {0, 0, 4});
+    expectLevelTwoRunsOnePiece<attr::InSubImg3d1, attr::InSubImg3d2>(
+        "GenericSubtractImgImgSplit3dLvl2", {3, 0, 0});
+    expectLevelTwoRunsOnePiece<attr::InSubColorImg3d1, attr::InSubColorImg3d2>(
+        "GenericSubtractImgImgSplit3dRgbLvl2", {2, 3, 0});
 }
 
 }  // namespace

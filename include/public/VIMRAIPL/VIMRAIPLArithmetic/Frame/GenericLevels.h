@@ -10,17 +10,16 @@
 // An operation is one declaration
 //   struct GenericFooImgImgOperation {
 //       static constexpr const char* s_name = "GenericFooImgImg";
-//       static constexpr auto s_toolTipLvl1 = eProcessorMessage::...;
-//       static constexpr eProcessorMessage::domain s_toolTipsLvl2[5] = {...};  // in
-//       piece::Geometries order using Piece = FooImgImgLvl1; // run on every piece
+//       static constexpr auto s_toolTipLvl1 = eProcessorMessage::...;  // level-2 texts follow
+//       using Piece = FooImgImgLvl1;                                   // run on every piece
 //   };
-// one level-2 class per geometry and a level-1 class naming them in that order:
+// one level-2 class per geometry, and a level-1 class naming them in piece::Geometries order:
 //   class GenericFooImgImgSplit2dLvl2 final
 //       : public GenericLvl2<GenericFooImgImgSplit2dLvl2, GenericFooImgImgOperation,
-//       piece::Split2d> {};
-//   class GenericFooImgImgLvl1 final : public GenericLvl1<GenericFooImgImgLvl1,
-//   GenericFooImgImgOperation,
-//                                                          GenericFooImgImgSplit2dLvl2, ...> {};
+//                            piece::Split2d> {};
+//   class GenericFooImgImgLvl1 final
+//       : public GenericLvl1<GenericFooImgImgLvl1, GenericFooImgImgOperation,
+//                            GenericFooImgImgSplit2dLvl2, ...> {};
 
 #include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
 
@@ -125,7 +124,10 @@ ProcessingResult<bool> unlistedGeometry(const image::BaseImage& in2);
 template <class Op, class G>
 struct GenericVariantOperation {
     static constexpr const char* s_name = piece::JoinedName<Op, G>::s_value;
-    static constexpr eProcessorMessage::domain s_toolTipLvl2 = Op::s_toolTipsLvl2[G::s_index];
+    // The five level-2 texts of an operation follow its level-1 text, in the order of
+    // piece::Geometries.
+    static constexpr auto s_toolTipLvl2 =
+        static_cast<eProcessorMessage::domain>(Op::s_toolTipLvl1 + 1 + G::s_index);
     using Geometry = G;
     using Inputs = TypeList<ImageChain<attr::InImg1, typename G::In1, void>,
                             ImageChain<attr::InImg2, typename G::In2, void>>;

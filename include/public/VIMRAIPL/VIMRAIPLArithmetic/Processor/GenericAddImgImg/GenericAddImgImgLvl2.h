@@ -9,12 +9,6 @@ namespace vimra::imaproc::arithm {
 struct GenericAddImgImgOperation {
     static constexpr const char* s_name = "GenericAddImgImg";
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eGenericAddImgImgLvl1;
-    static constexpr eProcessorMessage::domain s_toolTipsLvl2[] = {
-        eProcessorMessage::eGenericAddImgImgSplit2dLvl2,
-        eProcessorMessage::eGenericAddImgImgSplit2dRgbLvl2,
-        eProcessorMessage::eGenericAddImgImgSplit2dSeqLvl2,
-        eProcessorMessage::eGenericAddImgImgSplit3dLvl2,
-        eProcessorMessage::eGenericAddImgImgSplit3dRgbLvl2};
     using Piece = AddImgImgLvl1;
 };
 

@@ -9,12 +9,6 @@ namespace vimra::imaproc::arithm {
 struct GenericDivideImgImgOperation {
     static constexpr const char* s_name = "GenericDivideImgImg";
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eGenericDivideImgImgLvl1;
-    static constexpr eProcessorMessage::domain s_toolTipsLvl2[] = {
-        eProcessorMessage::eGenericDivideImgImgSplit2dLvl2,
-        eProcessorMessage::eGenericDivideImgImgSplit2dRgbLvl2,
-        eProcessorMessage::eGenericDivideImgImgSplit2dSeqLvl2,
-        eProcessorMessage::eGenericDivideImgImgSplit3dLvl2,
-        eProcessorMessage::eGenericDivideImgImgSplit3dRgbLvl2};
     using Piece = DivideImgImgLvl1;
 };
 

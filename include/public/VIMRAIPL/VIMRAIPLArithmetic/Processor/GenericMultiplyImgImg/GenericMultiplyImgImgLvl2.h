@@ -9,12 +9,6 @@ namespace vimra::imaproc::arithm {
 struct GenericMultiplyImgImgOperation {
     static constexpr const char* s_name = "GenericMultiplyImgImg";
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eGenericMultiplyImgImgLvl1;
-    static constexpr eProcessorMessage::domain s_toolTipsLvl2[] = {
-        eProcessorMessage::eGenericMultiplyImgImgSplit2dLvl2,
-        eProcessorMessage::eGenericMultiplyImgImgSplit2dRgbLvl2,
-        eProcessorMessage::eGenericMultiplyImgImgSplit2dSeqLvl2,
-        eProcessorMessage::eGenericMultiplyImgImgSplit3dLvl2,
-        eProcessorMessage::eGenericMultiplyImgImgSplit3dRgbLvl2};
     using Piece = MultiplyImgImgLvl1;
 };
 

@@ -9,12 +9,6 @@ namespace vimra::imaproc::arithm {
 struct GenericSubtractImgImgOperation {
     static constexpr const char* s_name = "GenericSubtractImgImg";
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eGenericSubtractImgImgLvl1;
-    static constexpr eProcessorMessage::domain s_toolTipsLvl2[] = {
-        eProcessorMessage::eGenericSubtractImgImgSplit2dLvl2,
-        eProcessorMessage::eGenericSubtractImgImgSplit2dRgbLvl2,
-        eProcessorMessage::eGenericSubtractImgImgSplit2dSeqLvl2,
-        eProcessorMessage::eGenericSubtractImgImgSplit3dLvl2,
-        eProcessorMessage::eGenericSubtractImgImgSplit3dRgbLvl2};
     using Piece = SubtractImgImgLvl1;
 };
 
