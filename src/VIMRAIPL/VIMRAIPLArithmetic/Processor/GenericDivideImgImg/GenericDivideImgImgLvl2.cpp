@@ -1,0 +1,9 @@
+#include <VIMRAIPL/VIMRAIPLArithmetic/Processor/GenericDivideImgImg/GenericDivideImgImgLvl2.h>
+
+#include "../../Frame/Registration.h"
+
+VIMRA_ARITHM_CLASS(GenericDivideImgImgSplit2dLvl2)
+VIMRA_ARITHM_CLASS(GenericDivideImgImgSplit2dRgbLvl2)
+VIMRA_ARITHM_CLASS(GenericDivideImgImgSplit2dSeqLvl2)
+VIMRA_ARITHM_CLASS(GenericDivideImgImgSplit3dLvl2)
+VIMRA_ARITHM_CLASS(GenericDivideImgImgSplit3dRgbLvl2)

@@ -1,0 +1,9 @@
+#include <VIMRAIPL/VIMRAIPLArithmetic/Processor/GenericMultiplyImgImg/GenericMultiplyImgImgLvl2.h>
+
+#include "../../Frame/Registration.h"
+
+VIMRA_ARITHM_CLASS(GenericMultiplyImgImgSplit2dLvl2)
+VIMRA_ARITHM_CLASS(GenericMultiplyImgImgSplit2dRgbLvl2)
+VIMRA_ARITHM_CLASS(GenericMultiplyImgImgSplit2dSeqLvl2)
+VIMRA_ARITHM_CLASS(GenericMultiplyImgImgSplit3dLvl2)
+VIMRA_ARITHM_CLASS(GenericMultiplyImgImgSplit3dRgbLvl2)

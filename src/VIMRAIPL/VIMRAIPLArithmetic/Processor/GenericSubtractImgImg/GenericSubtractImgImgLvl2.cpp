@@ -1,0 +1,9 @@
+#include <VIMRAIPL/VIMRAIPLArithmetic/Processor/GenericSubtractImgImg/GenericSubtractImgImgLvl2.h>
+
+#include "../../Frame/Registration.h"
+
+VIMRA_ARITHM_CLASS(GenericSubtractImgImgSplit2dLvl2)
+VIMRA_ARITHM_CLASS(GenericSubtractImgImgSplit2dRgbLvl2)
+VIMRA_ARITHM_CLASS(GenericSubtractImgImgSplit2dSeqLvl2)
+VIMRA_ARITHM_CLASS(GenericSubtractImgImgSplit3dLvl2)
+VIMRA_ARITHM_CLASS(GenericSubtractImgImgSplit3dRgbLvl2)
