@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <vimra/core/DynamicObjectFactory.h>
+#include <vimra/processor/Promotion.h>
 
 #include <algorithm>
 #include <cstring>
@@ -427,7 +428,7 @@ TEST(VectorFieldClasses, NamesToolTipsAndKernelsPerInstructionSet) {
               (std::vector<std::string>{"InXImg", "InYImg", "OutRhoImg", "OutThetaImg"}));
     L2Norm3ImgLvl1 q;
     q.init();
-    EXPECT_EQ(q.getRule()->describe().find("matchBufferType(InImg1, InImg2, InImg3)") != std::string::npos, true)
+    EXPECT_NE(q.getRule()->describe().find("matchBufferType(InImg1, InImg2, InImg3)"), std::string::npos)
         << q.getRule()->describe();
 }
 

@@ -8,6 +8,10 @@
 #define SIMDE_ENABLE_NATIVE_ALIASES
 #include <simde/x86/avx512.h>
 
+// SIMDe 0.7.4 aliases the native vector types (__m512, ...) but not the mask
+// types; the layer names them natively, as its real build does.
+typedef simde__mmask16 __mmask16;
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
