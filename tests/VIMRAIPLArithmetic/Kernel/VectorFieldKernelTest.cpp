@@ -125,7 +125,7 @@ TEST_P(NormKernels, MatchTheRulesOfTheirPathAndTheStandardKernel) {
                 std::string where = std::string(k.name) + " " + c.op + " " + info(t).name + " (" +
                                     toString(t, v[0]) + ", " + toString(t, v[1]);
                 if (c.inputs == 3) where += ", " + toString(t, v[2]);
-                where += ") -> " + info(out).name + ": ";
+                where += std::string(") -> ") + info(out).name + ": ";
                 if (!sameOutput(out, got, e.vector))
                     m.add(where + "vector kernel gave " + toString(out, got) + ", expected " + toString(out, e.vector));
                 if (!sameOutput(out, stdOut, e.standard))
@@ -147,8 +147,9 @@ INSTANTIATE_TEST_SUITE_P(Isa, NormKernels, ::testing::Combine(::testing::Range(0
                          normName);
 
 /// The AVX-512 sums of squares are fused; the roots they give stay within one
-/// unit in the last place of the other paths' roots.
-TEST(NormKernels, FusedSumsOfSquaresDifferFromRoundedOnesInTheLastBitAtMost) {
+/// unit in the last place of the other paths' roots for two components, two
+/// units for three (two roundings saved).
+TEST(NormKernels, FusedSumsOfSquaresDifferFromRoundedOnesInTheLastBitsOnly) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<float> mantissa(1.0f, 2.0f);
     std::uniform_int_distribution<int> exponent(-40, 40);
@@ -160,7 +161,7 @@ TEST(NormKernels, FusedSumsOfSquaresDifferFromRoundedOnesInTheLastBitAtMost) {
             const float r = l2Rounded(eFloat, v, n), f = l2Fused(eFloat, v, n);
             const auto ulps = std::abs(static_cast<std::int64_t>(std::bit_cast<std::int32_t>(r)) -
                                        static_cast<std::int64_t>(std::bit_cast<std::int32_t>(f)));
-            ASSERT_LE(ulps, 1) << toString(eFloat, v[0]) << ", " << toString(eFloat, v[1]) << ", n = " << n;
+            ASSERT_LE(ulps, n - 1) << toString(eFloat, v[0]) << ", " << toString(eFloat, v[1]) << ", n = " << n;
             differing += ulps != 0;
         }
     }
@@ -302,19 +303,21 @@ std::vector<std::pair<std::string, AlgorithmFunction>> cartesianToPolarPaths() {
 
 TEST(TransformKernels, CartesianToPolarEdgeValuesOnEveryPath) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
+    // Expected angles, exact unless marked near (within 2e-7): the system's
+    // atan2f is not correctly rounded everywhere.
     struct Case {
         float x, y, rho, standardTheta, vectorTheta;
-        bool near;  // theta to within 2e-7 rather than exactly
+        bool standardNear, vectorNear;
     };
     const Case cases[] = {
-        {3.0f, 4.0f, 5.0f, 0.9272952f, 0.9272952f, true},
-        {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, false},
-        {-1.0f, 0.0f, 1.0f, s_pi, -s_pi, false},
-        {1e-5f, 1.0f, 1.0f, std::atan2(1.0f, 1e-5f), s_halfPi, false},
-        {-1e-5f, -1.0f, 1.0f, std::atan2(-1.0f, -1e-5f), -s_halfPi, false},
-        {nan, 1.0f, nan, nan, nan, false},
-        {1.0f, nan, nan, nan, nan, false},
-        {0.0f, nan, nan, nan, nan, false},
+        {3.0f, 4.0f, 5.0f, 0.9272952f, 0.9272952f, true, true},
+        {0.0f, 0.0f, 0.0f, 0.0f, 0.0f, false, false},
+        {-1.0f, 0.0f, 1.0f, s_pi, -s_pi, false, false},
+        {1e-5f, 1.0f, 1.0f, 1.5707864f, s_halfPi, true, false},
+        {-1e-5f, -1.0f, 1.0f, -1.5708064f, -s_halfPi, true, false},
+        {nan, 1.0f, nan, nan, nan, false, false},
+        {1.0f, nan, nan, nan, nan, false, false},
+        {0.0f, nan, nan, nan, nan, false, false},
     };
     for (const auto& [name, f] : cartesianToPolarPaths()) {
         ASSERT_NE(f, nullptr) << name;
@@ -327,13 +330,14 @@ TEST(TransformKernels, CartesianToPolarEdgeValuesOnEveryPath) {
         ASSERT_TRUE(r.ok);
         for (std::size_t i = 0; i < std::size(cases); ++i) {
             const Case& c = cases[i];
-            const float theta = name == "standard" ? c.standardTheta : c.vectorTheta;
+            const bool standard = name == "standard";
+            const float theta = standard ? c.standardTheta : c.vectorTheta;
             const float gotRho = r.first.get(i).f, gotTheta = r.second.get(i).f;
             const std::string where = name + " (" + show(c.x) + ", " + show(c.y) + ")";
             EXPECT_TRUE(std::isnan(c.rho) ? std::isnan(gotRho) : gotRho == c.rho) << where << " rho " << show(gotRho);
             if (std::isnan(theta)) {
                 EXPECT_TRUE(std::isnan(gotTheta)) << where << " theta " << show(gotTheta);
-            } else if (c.near) {
+            } else if (standard ? c.standardNear : c.vectorNear) {
                 EXPECT_NEAR(gotTheta, theta, 2e-7f) << where;
             } else {
                 EXPECT_TRUE(sameBits(gotTheta, theta)) << where << " theta " << show(gotTheta) << ", expected " << show(theta);
@@ -378,8 +382,8 @@ TEST(TransformAccuracy, CartesianToPolarOnAMillionPoints) {
         }
         std::printf("[ ACCURACY ] %-16s rho %.2f ulp, theta %.2f ulp (max over %zu points)\n", name.c_str(), worstRho,
                     worstTheta, s_points);
-        EXPECT_LE(worstRho, 1.0) << name;
-        EXPECT_LE(worstTheta, 4.0) << name;
+        EXPECT_LE(worstRho, 1.5) << name;  // two rounded squares, a rounded sum, a rounded root
+        EXPECT_LE(worstTheta, 2.0) << name;
     }
 }
 
