@@ -29,7 +29,8 @@ constexpr std::size_t s_counts[] = {0, 1, 15, 17, 33, 64, 65, 127, 1000};
 
 /// A kernel of the library (or of the emulated build) by class stem and element
 /// types (0..6, inputs first); null where none is registered.
-AlgorithmFunction kernelOf(const KernelSource* source, const std::string& op, const std::vector<int>& types) {
+AlgorithmFunction kernelOf(const KernelSource* source, const std::string& op,
+                           const std::vector<int>& types) {
     processor::DataTypeIdentifierColl key;
     for (int t : types) key.append(static_cast<image::eImageBufferType::domain>(t + 1));
     processor::InstructionSetsIdentifier forced;
@@ -43,8 +44,10 @@ AlgorithmFunction kernelOf(const KernelSource* source, const std::string& op, co
     return selector ? selector->select(key, forced) : nullptr;
 }
 
-processor::ProcessingResult<bool> runStrips(AlgorithmFunction f, std::initializer_list<const StripBuffer*> in,
-                                            std::initializer_list<StripBuffer*> out, std::size_t count) {
+processor::ProcessingResult<bool> runStrips(AlgorithmFunction f,
+                                            std::initializer_list<const StripBuffer*> in,
+                                            std::initializer_list<StripBuffer*> out,
+                                            std::size_t count) {
     processor::KernelArgs args;
     args.info.count = count;
     int k = 0;
@@ -61,14 +64,24 @@ struct NormCase {
     int inputs;
     bool l2;
 };
-constexpr NormCase s_norms[] = {
-    {"L1Norm2Img", 2, false}, {"L1Norm3Img", 3, false}, {"L2Norm2Img", 2, true}, {"L2Norm3Img", 3, true}};
+constexpr NormCase s_norms[] = {{"L1Norm2Img", 2, false},
+                                {"L1Norm3Img", 3, false},
+                                {"L2Norm2Img", 2, true},
+                                {"L2Norm3Img", 3, true}};
 
 /// Inputs worth seeing in every run where the type holds them.
-constexpr double s_normEdges[][3] = {
-    {200, 100, 0}, {255, 255, 255}, {-128, -128, -128}, {-128, 1, 0}, {-32768, -32768, 1},
-    {40000, 40000, 0}, {3, 4, 0}, {1, 2, 2}, {-2147483648.0, 1, 0}, {4294967295.0, 1, 1},
-    {65535, 65535, 65535}, {-0.0, 0.0, -0.0}};
+constexpr double s_normEdges[][3] = {{200, 100, 0},
+                                     {255, 255, 255},
+                                     {-128, -128, -128},
+                                     {-128, 1, 0},
+                                     {-32768, -32768, 1},
+                                     {40000, 40000, 0},
+                                     {3, 4, 0},
+                                     {1, 2, 2},
+                                     {-2147483648.0, 1, 0},
+                                     {4294967295.0, 1, 1},
+                                     {65535, 65535, 65535},
+                                     {-0.0, 0.0, -0.0}};
 
 using NormParam = std::tuple<int, KernelSource>;
 class NormKernels : public ::testing::TestWithParam<NormParam> {};
@@ -82,32 +95,39 @@ TEST_P(NormKernels, MatchTheRulesOfTheirPathAndTheStandardKernel) {
     int kernelsRun = 0;
     for (int pair = 0; pair < s_pairs && !m.full(); ++pair) {
         const int t = pair / 7, out = pair % 7;
-        const std::vector<int> types = c.inputs == 2 ? std::vector<int>{t, t, out} : std::vector<int>{t, t, t, out};
+        const std::vector<int> types =
+            c.inputs == 2 ? std::vector<int>{t, t, out} : std::vector<int>{t, t, t, out};
         const AlgorithmFunction vec = kernelOf(&k, c.op, types);
         const AlgorithmFunction standard = kernelOf(nullptr, c.op, types);
         const bool expected = k.set != eInstructionSet::eAVX || (t == eFloat && out == eFloat);
         if (vec == nullptr || standard == nullptr) {
-            if (expected) m.add(std::string(k.name) + " " + c.op + " " + info(t).name + " -> " + info(out).name + ": no kernel");
+            if (expected)
+                m.add(std::string(k.name) + " " + c.op + " " + info(t).name + " -> " +
+                      info(out).name + ": no kernel");
             continue;
         }
         if (!expected) m.add(std::string(k.name) + " registers an integer kernel");
         ++kernelsRun;
-        Generator gen(static_cast<std::uint64_t>(pair) * 7919u + static_cast<std::uint64_t>(k.set) * 31u +
+        Generator gen(static_cast<std::uint64_t>(pair) * 7919u +
+                      static_cast<std::uint64_t>(k.set) * 31u +
                       static_cast<std::uint64_t>(c.inputs + c.l2 * 10));
         for (std::size_t count : s_counts) {
-            StripBuffer a(t, count), b(t, count), d(t, count), outVec(out, count), outStd(out, count);
+            StripBuffer a(t, count), b(t, count), d(t, count), outVec(out, count),
+                outStd(out, count);
             StripBuffer* in[3] = {&a, &b, &d};
             for (std::size_t i = 0; i < paddedCount(count); ++i)
                 for (StripBuffer* s : in) s->set(i, gen.value(t, false, false));
             if (count >= 100) {
                 std::size_t at = 40;
                 for (const auto& edge : s_normEdges) {
-                    if (!info(t).isFloat &&
-                        !std::all_of(edge, edge + 3, [&](double v) { return inRange(t, static_cast<std::int64_t>(v)); }))
+                    if (!info(t).isFloat && !std::all_of(edge, edge + 3, [&](double v) {
+                            return inRange(t, static_cast<std::int64_t>(v));
+                        }))
                         continue;
                     for (int j = 0; j < 3; ++j)
-                        in[j]->set(at, info(t).isFloat ? floatValue(static_cast<float>(edge[j]))
-                                                       : intValue(static_cast<std::int64_t>(edge[j])));
+                        in[j]->set(at, info(t).isFloat
+                                           ? floatValue(static_cast<float>(edge[j]))
+                                           : intValue(static_cast<std::int64_t>(edge[j])));
                     at += 3;
                 }
             }
@@ -116,7 +136,8 @@ TEST_P(NormKernels, MatchTheRulesOfTheirPathAndTheStandardKernel) {
             const auto rs = c.inputs == 2 ? runStrips(standard, {&a, &b}, {&outStd}, count)
                                           : runStrips(standard, {&a, &b, &d}, {&outStd}, count);
             if (!rv.isSuccess() || !rs.isSuccess()) m.add("a kernel reported failure");
-            if (!outVec.guardIntact()) m.add(std::string(k.name) + " " + c.op + ": wrote past the strip's padding");
+            if (!outVec.guardIntact())
+                m.add(std::string(k.name) + " " + c.op + ": wrote past the strip's padding");
             for (std::size_t i = 0; i < count && !m.full(); ++i) {
                 const Value v[3] = {a.get(i), b.get(i), d.get(i)};
                 const BinaryExpectation e =
@@ -127,7 +148,8 @@ TEST_P(NormKernels, MatchTheRulesOfTheirPathAndTheStandardKernel) {
                 if (c.inputs == 3) where += ", " + toString(t, v[2]);
                 where += std::string(") -> ") + info(out).name + ": ";
                 if (!sameOutput(out, got, e.vector))
-                    m.add(where + "vector kernel gave " + toString(out, got) + ", expected " + toString(out, e.vector));
+                    m.add(where + "vector kernel gave " + toString(out, got) + ", expected " +
+                          toString(out, e.vector));
                 if (!sameOutput(out, stdOut, e.standard))
                     m.add(where + "standard kernel gave " + toString(out, stdOut) + ", expected " +
                           toString(out, e.standard));
@@ -143,7 +165,9 @@ std::string normName(const ::testing::TestParamInfo<NormParam>& p) {
     return std::string(s_norms[std::get<0>(p.param)].op) + "_" + sourceName(std::get<1>(p.param));
 }
 
-INSTANTIATE_TEST_SUITE_P(Isa, NormKernels, ::testing::Combine(::testing::Range(0, 4), ::testing::ValuesIn(kernelSources())),
+INSTANTIATE_TEST_SUITE_P(Isa, NormKernels,
+                         ::testing::Combine(::testing::Range(0, 4),
+                                            ::testing::ValuesIn(kernelSources())),
                          normName);
 
 /// The AVX-512 sums of squares are fused; the roots they give stay within one
@@ -156,12 +180,14 @@ TEST(NormKernels, FusedSumsOfSquaresDifferFromRoundedOnesInTheLastBitsOnly) {
     int differing = 0;
     for (int i = 0; i < 200000; ++i) {
         Value v[3];
-        for (Value& x : v) x = floatValue(std::ldexp(mantissa(rng), exponent(rng)) * ((rng() & 1) ? 1.0f : -1.0f));
+        for (Value& x : v)
+            x = floatValue(std::ldexp(mantissa(rng), exponent(rng)) * ((rng() & 1) ? 1.0f : -1.0f));
         for (int n : {2, 3}) {
             const float r = l2Rounded(eFloat, v, n), f = l2Fused(eFloat, v, n);
             const auto ulps = std::abs(static_cast<std::int64_t>(std::bit_cast<std::int32_t>(r)) -
                                        static_cast<std::int64_t>(std::bit_cast<std::int32_t>(f)));
-            ASSERT_LE(ulps, n - 1) << toString(eFloat, v[0]) << ", " << toString(eFloat, v[1]) << ", n = " << n;
+            ASSERT_LE(ulps, n - 1)
+                << toString(eFloat, v[0]) << ", " << toString(eFloat, v[1]) << ", n = " << n;
             differing += ulps != 0;
         }
     }
@@ -174,35 +200,63 @@ TEST(NormKernels, FusedSumsOfSquaresDifferFromRoundedOnesInTheLastBitsOnly) {
 /// values around the snapping threshold and specials.
 float randomCoordinate(std::mt19937_64& rng) {
     const float eps = image::NumericLimits<float>::s_sqrt_eps;
-    static const float specials[] = {0.0f, -0.0f, 1.0f, -1.0f, eps, -eps, std::nextafter(eps, 1.0f),
-                                     -std::nextafter(eps, 1.0f), 1e-5f, 3.0f, 4.0f, FLT_MAX, -FLT_MAX, 1e-40f,
+    static const float specials[] = {0.0f,
+                                     -0.0f,
+                                     1.0f,
+                                     -1.0f,
+                                     eps,
+                                     -eps,
+                                     std::nextafter(eps, 1.0f),
+                                     -std::nextafter(eps, 1.0f),
+                                     1e-5f,
+                                     3.0f,
+                                     4.0f,
+                                     FLT_MAX,
+                                     -FLT_MAX,
+                                     1e-40f,
                                      std::numeric_limits<float>::infinity(),
                                      -std::numeric_limits<float>::infinity(),
                                      std::numeric_limits<float>::quiet_NaN()};
     switch (rng() % 8) {
-        case 0: return specials[rng() % std::size(specials)];
-        case 1: return std::ldexp(std::uniform_real_distribution<float>(-2.0f, 2.0f)(rng),
-                                  std::uniform_int_distribution<int>(-60, 60)(rng));
-        case 2: return std::uniform_real_distribution<float>(-8.0f * eps, 8.0f * eps)(rng);
-        default: return std::uniform_real_distribution<float>(-300.0f, 300.0f)(rng);
+        case 0:
+            return specials[rng() % std::size(specials)];
+        case 1:
+            return std::ldexp(std::uniform_real_distribution<float>(-2.0f, 2.0f)(rng),
+                              std::uniform_int_distribution<int>(-60, 60)(rng));
+        case 2:
+            return std::uniform_real_distribution<float>(-8.0f * eps, 8.0f * eps)(rng);
+        default:
+            return std::uniform_real_distribution<float>(-300.0f, 300.0f)(rng);
     }
 }
 
 float randomAngle(std::mt19937_64& rng) {
-    static const float specials[] = {0.0f, -0.0f, s_halfPi, -s_quarterPi, s_pi, -s_pi, 1e6f, -3e9f, 1e30f,
+    static const float specials[] = {0.0f,
+                                     -0.0f,
+                                     s_halfPi,
+                                     -s_quarterPi,
+                                     s_pi,
+                                     -s_pi,
+                                     1e6f,
+                                     -3e9f,
+                                     1e30f,
                                      std::numeric_limits<float>::infinity(),
                                      std::numeric_limits<float>::quiet_NaN()};
     switch (rng() % 6) {
-        case 0: return specials[rng() % std::size(specials)];
-        case 1: return std::uniform_real_distribution<float>(-1e4f, 1e4f)(rng);
-        default: return std::uniform_real_distribution<float>(-8.0f, 8.0f)(rng);
+        case 0:
+            return specials[rng() % std::size(specials)];
+        case 1:
+            return std::uniform_real_distribution<float>(-1e4f, 1e4f)(rng);
+        default:
+            return std::uniform_real_distribution<float>(-8.0f, 8.0f)(rng);
     }
 }
 
 /// The same bits, or both NaN: which NaN an operation on two NaN operands
 /// passes on depends on their order, which the compiler may swap.
 bool sameBits(float a, float b) {
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) || (std::isnan(a) && std::isnan(b));
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) ||
+           (std::isnan(a) && std::isnan(b));
 }
 std::string show(float v) {
     return toString(eFloat, floatValue(v));
@@ -222,9 +276,11 @@ class TransformKernels : public ::testing::TestWithParam<KernelSource> {};
 
 TEST_P(TransformKernels, CartesianToPolarMatchesItsApproximationBitForBit) {
     const KernelSource& k = GetParam();
-    const AlgorithmFunction vec = kernelOf(&k, "CartesianToPolarImg", {eFloat, eFloat, eFloat, eFloat});
+    const AlgorithmFunction vec =
+        kernelOf(&k, "CartesianToPolarImg", {eFloat, eFloat, eFloat, eFloat});
     if (k.set == eInstructionSet::eAVX2) {
-        EXPECT_EQ(vec, nullptr) << "no AVX2 kernel is registered for the cartesian to polar transform";
+        EXPECT_EQ(vec, nullptr)
+            << "no AVX2 kernel is registered for the cartesian to polar transform";
         return;
     }
     VIMRA_SKIP_UNLESS_RUNNABLE(k);
@@ -244,11 +300,12 @@ TEST_P(TransformKernels, CartesianToPolarMatchesItsApproximationBitForBit) {
             const float xi = x.get(i).f, yi = y.get(i).f;
             const float rho = r.first.get(i).f, theta = r.second.get(i).f;
             if (!sameBits(rho, radius(xi, yi)))
-                m.add(std::string(k.name) + " rho(" + show(xi) + ", " + show(yi) + ") = " + show(rho));
+                m.add(std::string(k.name) + " rho(" + show(xi) + ", " + show(yi) +
+                      ") = " + show(rho));
             const float expected = approximateAngle(yi, xi);
             if (!sameBits(theta, expected))
-                m.add(std::string(k.name) + " theta(" + show(xi) + ", " + show(yi) + ") = " + show(theta) +
-                      ", expected " + show(expected));
+                m.add(std::string(k.name) + " theta(" + show(xi) + ", " + show(yi) +
+                      ") = " + show(theta) + ", expected " + show(expected));
         }
     }
 }
@@ -256,8 +313,10 @@ TEST_P(TransformKernels, CartesianToPolarMatchesItsApproximationBitForBit) {
 TEST_P(TransformKernels, PolarToCartesianGivesTheSameBitsOnEveryPath) {
     const KernelSource& k = GetParam();
     VIMRA_SKIP_UNLESS_RUNNABLE(k);
-    const AlgorithmFunction vec = kernelOf(&k, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat});
-    const AlgorithmFunction standard = kernelOf(nullptr, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat});
+    const AlgorithmFunction vec =
+        kernelOf(&k, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat});
+    const AlgorithmFunction standard =
+        kernelOf(nullptr, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat});
     ASSERT_NE(vec, nullptr);
     ASSERT_NE(standard, nullptr);
     std::mt19937_64 rng(31 + k.set);
@@ -280,15 +339,18 @@ TEST_P(TransformKernels, PolarToCartesianGivesTheSameBitsOnEveryPath) {
             for (const TransformRun* run : {&v, &s}) {
                 const char* path = run == &v ? k.name : "standard";
                 if (!sameBits(run->first.get(i).f, ex) || !sameBits(run->second.get(i).f, ey))
-                    m.add(std::string(path) + " " + where + " gave (" + show(run->first.get(i).f) + ", " +
-                          show(run->second.get(i).f) + "), expected (" + show(ex) + ", " + show(ey) + ")");
+                    m.add(std::string(path) + " " + where + " gave (" + show(run->first.get(i).f) +
+                          ", " + show(run->second.get(i).f) + "), expected (" + show(ex) + ", " +
+                          show(ey) + ")");
             }
         }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Isa, TransformKernels, ::testing::ValuesIn(kernelSources()),
-                         [](const ::testing::TestParamInfo<KernelSource>& p) { return sourceName(p.param); });
+                         [](const ::testing::TestParamInfo<KernelSource>& p) {
+                             return sourceName(p.param);
+                         });
 
 /// Every path of the cartesian to polar transform: the standard kernel and each
 /// vector source this processor runs.
@@ -297,7 +359,8 @@ std::vector<std::pair<std::string, AlgorithmFunction>> cartesianToPolarPaths() {
         {"standard", kernelOf(nullptr, "CartesianToPolarImg", {eFloat, eFloat, eFloat, eFloat})}};
     for (const KernelSource& k : kernelSources())
         if (runnable(k) && k.set != eInstructionSet::eAVX2)
-            paths.emplace_back(sourceName(k), kernelOf(&k, "CartesianToPolarImg", {eFloat, eFloat, eFloat, eFloat}));
+            paths.emplace_back(sourceName(k), kernelOf(&k, "CartesianToPolarImg",
+                                                       {eFloat, eFloat, eFloat, eFloat}));
     return paths;
 }
 
@@ -334,13 +397,15 @@ TEST(TransformKernels, CartesianToPolarEdgeValuesOnEveryPath) {
             const float theta = standard ? c.standardTheta : c.vectorTheta;
             const float gotRho = r.first.get(i).f, gotTheta = r.second.get(i).f;
             const std::string where = name + " (" + show(c.x) + ", " + show(c.y) + ")";
-            EXPECT_TRUE(std::isnan(c.rho) ? std::isnan(gotRho) : gotRho == c.rho) << where << " rho " << show(gotRho);
+            EXPECT_TRUE(std::isnan(c.rho) ? std::isnan(gotRho) : gotRho == c.rho)
+                << where << " rho " << show(gotRho);
             if (std::isnan(theta)) {
                 EXPECT_TRUE(std::isnan(gotTheta)) << where << " theta " << show(gotTheta);
             } else if (standard ? c.standardNear : c.vectorNear) {
                 EXPECT_NEAR(gotTheta, theta, 2e-7f) << where;
             } else {
-                EXPECT_TRUE(sameBits(gotTheta, theta)) << where << " theta " << show(gotTheta) << ", expected " << show(theta);
+                EXPECT_TRUE(sameBits(gotTheta, theta))
+                    << where << " theta " << show(gotTheta) << ", expected " << show(theta);
             }
         }
     }
@@ -351,9 +416,9 @@ TEST(TransformKernels, CartesianToPolarEdgeValuesOnEveryPath) {
 /// Distance in units in the last place of the float nearest to the exact value.
 double ulpsFrom(float got, double exact) {
     const float nearest = static_cast<float>(exact);
-    const double ulp =
-        std::max(static_cast<double>(std::nextafter(std::fabs(nearest), FLT_MAX) - std::fabs(nearest)),
-                 static_cast<double>(std::numeric_limits<float>::denorm_min()));
+    const double ulp = std::max(
+        static_cast<double>(std::nextafter(std::fabs(nearest), FLT_MAX) - std::fabs(nearest)),
+        static_cast<double>(std::numeric_limits<float>::denorm_min()));
     return std::fabs(static_cast<double>(got) - exact) / ulp;
 }
 
@@ -380,8 +445,8 @@ TEST(TransformAccuracy, CartesianToPolarOnAMillionPoints) {
             if (name != "standard" && (std::fabs(xi) <= eps || (yi == 0.0 && xi < 0.0))) continue;
             worstTheta = std::max(worstTheta, ulpsFrom(r.second.get(i).f, std::atan2(yi, xi)));
         }
-        std::printf("[ ACCURACY ] %-16s rho %.2f ulp, theta %.2f ulp (max over %zu points)\n", name.c_str(), worstRho,
-                    worstTheta, s_points);
+        std::printf("[ ACCURACY ] %-16s rho %.2f ulp, theta %.2f ulp (max over %zu points)\n",
+                    name.c_str(), worstRho, worstTheta, s_points);
         EXPECT_LE(worstRho, 1.5) << name;  // two rounded squares, a rounded sum, a rounded root
         EXPECT_LE(worstTheta, 2.0) << name;
     }
@@ -398,7 +463,9 @@ TEST(TransformAccuracy, PolarToCartesianOnAMillionPoints) {
     std::vector<std::pair<std::string, AlgorithmFunction>> paths = {
         {"standard", kernelOf(nullptr, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat})}};
     for (const KernelSource& k : kernelSources())
-        if (runnable(k)) paths.emplace_back(sourceName(k), kernelOf(&k, "PolarToCartesianImg", {eFloat, eFloat, eFloat, eFloat}));
+        if (runnable(k))
+            paths.emplace_back(sourceName(k), kernelOf(&k, "PolarToCartesianImg",
+                                                       {eFloat, eFloat, eFloat, eFloat}));
     for (const auto& [name, f] : paths) {
         const TransformRun r(f, rho, theta, s_points);
         ASSERT_TRUE(r.ok);
@@ -407,11 +474,13 @@ TEST(TransformAccuracy, PolarToCartesianOnAMillionPoints) {
         double worst = 0;
         for (std::size_t i = 0; i < s_points; ++i) {
             const double rr = rho.get(i).f, tt = theta.get(i).f;
-            const double ulp = std::nextafter(static_cast<float>(rr), FLT_MAX) - static_cast<float>(rr);
+            const double ulp =
+                std::nextafter(static_cast<float>(rr), FLT_MAX) - static_cast<float>(rr);
             worst = std::max({worst, std::fabs(r.first.get(i).f - rr * std::cos(tt)) / ulp,
                               std::fabs(r.second.get(i).f - rr * std::sin(tt)) / ulp});
         }
-        std::printf("[ ACCURACY ] %-16s x, y %.2f ulp of rho (max over %zu points)\n", name.c_str(), worst, s_points);
+        std::printf("[ ACCURACY ] %-16s x, y %.2f ulp of rho (max over %zu points)\n", name.c_str(),
+                    worst, s_points);
         EXPECT_LE(worst, 2.0) << name;
     }
 }

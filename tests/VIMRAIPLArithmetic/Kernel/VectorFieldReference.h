@@ -35,7 +35,8 @@ inline BinaryExpectation expectL1(int t, const Value* v, int n, int out, eIsa is
     // Vector: 8- and 16-bit inputs sum exactly in 16- and 32-bit lanes; 32-bit
     // inputs sum in their own width.
     if (info(t).bytes < 4) {
-        e.vector = expectConversion(info(t).bytes == 1 ? eInt16 : eInt32, intValue(exact), out, isa).vector;
+        e.vector = expectConversion(info(t).bytes == 1 ? eInt16 : eInt32, intValue(exact), out, isa)
+                       .vector;
     } else {
         e.vector = expectConversion(t, intValue(wrap(t, exact)), out, isa).vector;
     }

@@ -33,7 +33,7 @@ namespace {
 /// Restricts a level-3 class to one instruction set for the object's lifetime.
 template <class Lvl3>
 class Forced {
-public:
+  public:
     explicit Forced(eInstructionSet::domain set) {
         processor::InstructionSetsIdentifier s;
         s.init(set);
@@ -44,7 +44,8 @@ public:
 
 image::ImagePtr randomImage(const ImageDescription& desc, std::mt19937& rng) {
     auto img = image::Image::create(desc);
-    test::fillImage(*img, test::randomValues(desc.bufferType, desc.sizeX * desc.sizeY * desc.planeCount(), rng));
+    test::fillImage(*img, test::randomValues(desc.bufferType,
+                                             desc.sizeX * desc.sizeY * desc.planeCount(), rng));
     return img;
 }
 
@@ -58,8 +59,9 @@ int elementOf(eImageBufferType::domain t) {
 }
 
 arithm_test::ref::Value valueOf(int t, double v) {
-    return arithm_test::ref::info(t).isFloat ? arithm_test::ref::floatValue(static_cast<float>(v))
-                                             : arithm_test::ref::intValue(static_cast<std::int64_t>(v));
+    return arithm_test::ref::info(t).isFloat
+               ? arithm_test::ref::floatValue(static_cast<float>(v))
+               : arithm_test::ref::intValue(static_cast<std::int64_t>(v));
 }
 double doubleOf(int t, const arithm_test::ref::Value& v) {
     return arithm_test::ref::info(t).isFloat ? static_cast<double>(v.f) : static_cast<double>(v.i);
@@ -76,7 +78,8 @@ void refused(const std::function<void()>& call, std::initializer_list<const char
         call();
         ADD_FAILURE() << "expected a refusal";
     } catch (const processor::VIMRABaseProcessingException& e) {
-        for (const char* w : words) EXPECT_NE(std::string(e.what()).find(w), std::string::npos) << e.what();
+        for (const char* w : words)
+            EXPECT_NE(std::string(e.what()).find(w), std::string::npos) << e.what();
     }
 }
 
@@ -109,14 +112,16 @@ void forceSet(eInstructionSet::domain set) {
 
 std::vector<Norm> norms() {
     return {
-        {"l1Norm2Img", 2, false, [](const Images& in, const image::ImagePtr& out) { l1Norm2Img(in[0], in[1], out); },
+        {"l1Norm2Img", 2, false,
+         [](const Images& in, const image::ImagePtr& out) { l1Norm2Img(in[0], in[1], out); },
          [](const Images& in) { return l1Norm2Img(in[0], in[1]); }, forceSet<L1Norm2ImgLvl3>,
          L1Norm2ImgLvl3::releaseForcedInstructionSets},
         {"l1Norm3Img", 3, false,
          [](const Images& in, const image::ImagePtr& out) { l1Norm3Img(in[0], in[1], in[2], out); },
          [](const Images& in) { return l1Norm3Img(in[0], in[1], in[2]); }, forceSet<L1Norm3ImgLvl3>,
          L1Norm3ImgLvl3::releaseForcedInstructionSets},
-        {"l2Norm2Img", 2, true, [](const Images& in, const image::ImagePtr& out) { l2Norm2Img(in[0], in[1], out); },
+        {"l2Norm2Img", 2, true,
+         [](const Images& in, const image::ImagePtr& out) { l2Norm2Img(in[0], in[1], out); },
          [](const Images& in) { return l2Norm2Img(in[0], in[1]); }, forceSet<L2Norm2ImgLvl3>,
          L2Norm2ImgLvl3::releaseForcedInstructionSets},
         {"l2Norm3Img", 3, true,
@@ -127,7 +132,8 @@ std::vector<Norm> norms() {
 }
 
 /// Checks every pixel of `out` against the model of the given path.
-void expectNorm(const Norm& n, const Images& in, const image::BaseImage& out, eInstructionSet::domain set) {
+void expectNorm(const Norm& n, const Images& in, const image::BaseImage& out,
+                eInstructionSet::domain set) {
     using namespace arithm_test::ref;
     const int t = elementOf(in[0]->getBufferType()), o = elementOf(out.getBufferType());
     std::vector<std::vector<double>> values;
@@ -136,11 +142,13 @@ void expectNorm(const Norm& n, const Images& in, const image::BaseImage& out, eI
     for (std::size_t i = 0; i < got.size(); ++i) {
         Value v[3];
         for (int k = 0; k < n.inputs; ++k) v[k] = valueOf(t, values[k][i]);
-        const BinaryExpectation e = n.l2 ? expectL2(t, v, n.inputs, o, isaOf(set)) : expectL1(t, v, n.inputs, o, isaOf(set));
-        const double expected = doubleOf(o, set == eInstructionSet::eStandard ? e.standard : e.vector);
+        const BinaryExpectation e = n.l2 ? expectL2(t, v, n.inputs, o, isaOf(set))
+                                         : expectL1(t, v, n.inputs, o, isaOf(set));
+        const double expected =
+            doubleOf(o, set == eInstructionSet::eStandard ? e.standard : e.vector);
         ASSERT_TRUE(test::sameValue(expected, got[i]))
-            << n.name << " pixel " << i << " (" << values[0][i] << ", " << values[1][i] << ") gave " << got[i]
-            << ", expected " << expected;
+            << n.name << " pixel " << i << " (" << values[0][i] << ", " << values[1][i] << ") gave "
+            << got[i] << ", expected " << expected;
     }
 }
 
@@ -156,7 +164,8 @@ TEST(VectorFieldNorms, EveryTypePairOnTheStandardAndTheBestVectorPath) {
                     SCOPED_TRACE(std::string(n.name) + " " + image::bufferTypeName(t) + " -> " +
                                  image::bufferTypeName(o) + " on " + core::instructionSetName(set));
                     Images in;
-                    for (int k = 0; k < n.inputs; ++k) in.push_back(randomImage(withType(colour, t), rng));
+                    for (int k = 0; k < n.inputs; ++k)
+                        in.push_back(randomImage(withType(colour, t), rng));
                     auto out = image::Image::create(withType(colour, o));
                     n.into(in, out);
                     expectNorm(n, in, *out, set);
@@ -172,9 +181,11 @@ TEST(VectorFieldNorms, CreatedOutputsTakeThePromotedOrTheFloatType) {
             Images in;
             for (int k = 0; k < n.inputs; ++k) in.push_back(image::Image::create(withType(d, t)));
             const auto out = n.creating(in);
-            const auto expected = n.l2 ? eImageBufferType::eFloat
-                                       : processor::promoteUnary(processor::ePromoteUnaryType::eSquare, t);
-            EXPECT_EQ(out->getBufferType(), expected) << n.name << " of " << image::bufferTypeName(t);
+            const auto expected =
+                n.l2 ? eImageBufferType::eFloat
+                     : processor::promoteUnary(processor::ePromoteUnaryType::eSquare, t);
+            EXPECT_EQ(out->getBufferType(), expected)
+                << n.name << " of " << image::bufferTypeName(t);
             EXPECT_TRUE(out->getDescription().sameSize(d));
             EXPECT_EQ(out->getVolumeGeometry(), d.volume);
         }
@@ -225,7 +236,8 @@ TEST(VectorFieldNorms, RefusalsNameTheCauseAndLeaveTheOutputUntouched) {
     out->fill(7);
     smallOut->fill(7);
     const auto before = rawBytes(*out), beforeSmall = rawBytes(*smallOut);
-    refused([&] { l1Norm2Img(a, otherType, out); }, {"matchBufferType", "InImg1", "InImg2", "uint16"});
+    refused([&] { l1Norm2Img(a, otherType, out); },
+            {"matchBufferType", "InImg1", "InImg2", "uint16"});
     refused([&] { l2Norm3Img(a, b, otherType, out); }, {"matchBufferType", "InImg3"});
     refused([&] { l1Norm3Img(a, otherSize, c, out); }, {"matchSize", "InImg2", "8x9"});
     refused([&] { l2Norm2Img(a, b, smallOut); }, {"matchSize", "OutImg"});
@@ -387,19 +399,26 @@ TEST(VectorFieldClasses, NamesToolTipsAndKernelsPerInstructionSet) {
         std::vector<eInstructionSet::domain> sets;  // besides the standard one
     };
     using S = eInstructionSet::domain;
-    const std::vector<S> all = {eInstructionSet::eSSE2, eInstructionSet::eAVX, eInstructionSet::eAVX2,
-                                eInstructionSet::eAVX512};
+    const std::vector<S> all = {eInstructionSet::eSSE2, eInstructionSet::eAVX,
+                                eInstructionSet::eAVX2, eInstructionSet::eAVX512};
     const std::string l1 = "Level 3 algorithm: Computation of L1 (taxicab) norm of ";
     const std::string l2 = "Level 3 algorithm: Computation of L2 (euclidian) norm of ";
     const std::vector<Class> classes = {
-        {L1Norm2ImgLvl3::getTypeName(), l1 + "two images", &L1Norm2ImgLvl3::retrieveFunctionSelector(), 121, all},
-        {L1Norm3ImgLvl3::getTypeName(), l1 + "three images", &L1Norm3ImgLvl3::retrieveFunctionSelector(), 121, all},
-        {L2Norm2ImgLvl3::getTypeName(), l2 + "two images", &L2Norm2ImgLvl3::retrieveFunctionSelector(), 121, all},
-        {L2Norm3ImgLvl3::getTypeName(), l2 + "three images", &L2Norm3ImgLvl3::retrieveFunctionSelector(), 121, all},
-        {CartesianToPolarImgLvl3::getTypeName(), "Level 3 algorithm: cartesian to polar coordinates transformation",
-         &CartesianToPolarImgLvl3::retrieveFunctionSelector(), 1,
+        {L1Norm2ImgLvl3::getTypeName(), l1 + "two images",
+         &L1Norm2ImgLvl3::retrieveFunctionSelector(), 121, all},
+        {L1Norm3ImgLvl3::getTypeName(), l1 + "three images",
+         &L1Norm3ImgLvl3::retrieveFunctionSelector(), 121, all},
+        {L2Norm2ImgLvl3::getTypeName(), l2 + "two images",
+         &L2Norm2ImgLvl3::retrieveFunctionSelector(), 121, all},
+        {L2Norm3ImgLvl3::getTypeName(), l2 + "three images",
+         &L2Norm3ImgLvl3::retrieveFunctionSelector(), 121, all},
+        {CartesianToPolarImgLvl3::getTypeName(),
+         "Level 3 algorithm: cartesian to polar coordinates transformation",
+         &CartesianToPolarImgLvl3::retrieveFunctionSelector(),
+         1,
          {eInstructionSet::eSSE2, eInstructionSet::eAVX, eInstructionSet::eAVX512}},
-        {PolarToCartesianImgLvl3::getTypeName(), "Level 3 algorithm: polar to cartesian coordinates transformation",
+        {PolarToCartesianImgLvl3::getTypeName(),
+         "Level 3 algorithm: polar to cartesian coordinates transformation",
          &PolarToCartesianImgLvl3::retrieveFunctionSelector(), 1, all},
     };
     for (const Class& c : classes) {
@@ -410,17 +429,23 @@ TEST(VectorFieldClasses, NamesToolTipsAndKernelsPerInstructionSet) {
         for (S s : all) {
             const bool listed = std::find(c.sets.begin(), c.sets.end(), s) != c.sets.end();
             const std::size_t keys = s == eInstructionSet::eAVX ? 1 : c.keys;  // AVX: float only
-            EXPECT_EQ(c.selector->countRegistrations(s), listed && core::isSupportedByProcessor(s) ? keys : 0u)
+            EXPECT_EQ(c.selector->countRegistrations(s),
+                      listed && core::isSupportedByProcessor(s) ? keys : 0u)
                 << core::instructionSetName(s);
         }
     }
     EXPECT_EQ(L1Norm2ImgLvl3::getToolTipStr(), l1 + "two images");
     EXPECT_EQ(L2Norm3ImgLvl3::getToolTipStr(), l2 + "three images");
-    EXPECT_EQ(L1Norm3ImgLvl1::getToolTipStr(), "Level 1 algorithm: Computation of L1 (taxicab) norm of three images");
-    EXPECT_EQ(L2Norm2ImgLvl2::getToolTipStr(), "Level 2 algorithm: Computation of L2 (euclidian) norm of two images");
-    EXPECT_EQ(CartesianToPolarImgLvl1::getToolTipStr(), "Level 1 algorithm: cartesian to polar coordinates transformation");
-    EXPECT_EQ(PolarToCartesianImgLvl2::getToolTipStr(), "Level 2 algorithm: polar to cartesian coordinates transformation");
-    EXPECT_EQ(PolarToCartesianImgLvl3::getToolTipStr(), "Level 3 algorithm: polar to cartesian coordinates transformation");
+    EXPECT_EQ(L1Norm3ImgLvl1::getToolTipStr(),
+              "Level 1 algorithm: Computation of L1 (taxicab) norm of three images");
+    EXPECT_EQ(L2Norm2ImgLvl2::getToolTipStr(),
+              "Level 2 algorithm: Computation of L2 (euclidian) norm of two images");
+    EXPECT_EQ(CartesianToPolarImgLvl1::getToolTipStr(),
+              "Level 1 algorithm: cartesian to polar coordinates transformation");
+    EXPECT_EQ(PolarToCartesianImgLvl2::getToolTipStr(),
+              "Level 2 algorithm: polar to cartesian coordinates transformation");
+    EXPECT_EQ(PolarToCartesianImgLvl3::getToolTipStr(),
+              "Level 3 algorithm: polar to cartesian coordinates transformation");
 
     CartesianToPolarImgLvl1 p;
     p.init();
@@ -428,7 +453,8 @@ TEST(VectorFieldClasses, NamesToolTipsAndKernelsPerInstructionSet) {
               (std::vector<std::string>{"InXImg", "InYImg", "OutRhoImg", "OutThetaImg"}));
     L2Norm3ImgLvl1 q;
     q.init();
-    EXPECT_NE(q.getRule()->describe().find("matchBufferType(InImg1, InImg2, InImg3)"), std::string::npos)
+    EXPECT_NE(q.getRule()->describe().find("matchBufferType(InImg1, InImg2, InImg3)"),
+              std::string::npos)
         << q.getRule()->describe();
 }
 
