@@ -18,7 +18,9 @@ namespace {
 
 const std::vector<std::string>& operations() {
     static const std::vector<std::string> ops = {"AbsImg", "AddImgImg", "DivideImgImg", "MultiplyImgImg",
-                                                 "SubtractImgImg"};
+                                                 "SubtractImgImg",
+                                                 "L1Norm2Img", "L1Norm3Img", "L2Norm2Img", "L2Norm3Img",
+                                                 "CartesianToPolarImg", "PolarToCartesianImg"};
     return ops;
 }
 

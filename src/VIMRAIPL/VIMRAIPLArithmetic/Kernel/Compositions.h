@@ -22,6 +22,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #if defined(__CUDACC__)
 #define VIMRA_HOST_DEVICE __host__ __device__
@@ -34,7 +35,16 @@ namespace vimra::imaproc::arithm::kernel {
 namespace tags {
 struct BinaryInComputationType {};
 struct UnaryConvert {};
+struct SharedTypeConvert {};
+struct FloatPairToPair {};
 }  // namespace tags
+
+/// The two results of a pixel (or of a block of pixels).
+template <class T>
+struct Pair {
+    T first;
+    T second;
+};
 
 /// What every family states by default: instruction-set coverage.
 struct FamilyDefaults {
@@ -67,6 +77,44 @@ struct UnaryConvert : FamilyDefaults {
     template <class Op, class A, class C>
     VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, C* c) {
         c[i] = op.template apply<C>(a[i]);
+    }
+};
+
+/// Two or three inputs of one type and an output of its own: the operation's
+/// scalar face converts to the output type itself (`apply<TOut>(a, b[, c])`); its
+/// vector face returns a block of the value type, which the kernel converts.
+template <int N>
+struct SharedTypeConvert : FamilyDefaults {
+    static_assert(N == 2 || N == 3);
+    using Tag = tags::SharedTypeConvert;
+    using Signature = std::conditional_t<N == 2, kernel::Signature<Param<0>, Param<0>, Param<1>>,
+                                         kernel::Signature<Param<0>, Param<0>, Param<0>, Param<1>>>;
+    static constexpr int s_inputs = N;
+
+    template <class Op, class A, class C>
+    VIMRA_HOST_DEVICE static void pixel(const Op& op, std::uint64_t i, const A* a, const A* b, C* c) {
+        c[i] = op.template apply<C>(a[i], b[i]);
+    }
+    template <class Op, class A, class C>
+    VIMRA_HOST_DEVICE static void pixel(const Op& op, std::uint64_t i, const A* a, const A* b, const A* d, C* c) {
+        c[i] = op.template apply<C>(a[i], b[i], d[i]);
+    }
+};
+
+/// Two float inputs, two float outputs, no type parameter: the operation's faces
+/// return both results as a Pair. Both inputs are read before either output is
+/// written, so an output may be one of the inputs.
+struct FloatPairToPair : FamilyDefaults {
+    using Tag = tags::FloatPairToPair;
+    using Signature = kernel::Signature<Fixed<float>, Fixed<float>, Fixed<float>, Fixed<float>>;
+    static constexpr int s_inputs = 2;
+
+    template <class Op>
+    VIMRA_HOST_DEVICE static void pixel(const Op& op, std::uint64_t i, const float* a, const float* b, float* c,
+                                        float* d) {
+        const Pair<float> r = op.apply(a[i], b[i]);
+        c[i] = r.first;
+        d[i] = r.second;
     }
 };
 

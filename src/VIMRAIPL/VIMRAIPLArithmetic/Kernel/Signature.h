@@ -94,7 +94,7 @@ using Element = typename image::ElementTypeAt<E>::type;
 /// The run-time description of a signature under per-parameter domains.
 template <class... Strips, std::size_t... K>
 constexpr processor::KernelSignature makeKernelSignature(Signature<Strips...>,
-                                                         std::array<std::uint8_t, sizeof...(K)> domains,
+                                                         [[maybe_unused]] std::array<std::uint8_t, sizeof...(K)> domains,
                                                          std::index_sequence<K...>) {
     processor::KernelSignature s{};
     s.params = static_cast<int>(sizeof...(K));

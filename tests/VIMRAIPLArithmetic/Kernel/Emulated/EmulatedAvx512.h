@@ -8,6 +8,10 @@
 #define SIMDE_ENABLE_NATIVE_ALIASES
 #include <simde/x86/avx512.h>
 
+// SIMDe 0.7.4 aliases the native vector types (__m512, ...) but not the mask
+// types; the layer names them natively, as its real build does.
+typedef simde__mmask16 __mmask16;
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -89,6 +93,16 @@ inline __m256i cvtepi32_epi16(__m512i x) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(out));
 }
 
+/// a * b + c with one rounding per lane. (SIMDe 0.7.4 rounds the product first.)
+inline __m512 fmadd_ps(__m512 a, __m512 b, __m512 c) {
+    float x[16], y[16], z[16];
+    _mm512_storeu_ps(x, a);
+    _mm512_storeu_ps(y, b);
+    _mm512_storeu_ps(z, c);
+    for (int i = 0; i < 16; ++i) x[i] = std::fma(x[i], y[i], z[i]);
+    return _mm512_loadu_ps(x);
+}
+
 }  // namespace vimra::simd::avx512emu_fill
 
 #define _mm512_cvtepu8_epi16 vimra::simd::avx512emu_fill::cvtepu8_epi16
@@ -101,6 +115,8 @@ inline __m256i cvtepi32_epi16(__m512i x) {
 #define _mm512_cvtepu32_ps vimra::simd::avx512emu_fill::cvtepu32_ps
 #undef _mm512_mullo_epi32
 #define _mm512_mullo_epi32 vimra::simd::avx512emu_fill::mullo_epi32
+#undef _mm512_fmadd_ps
+#define _mm512_fmadd_ps vimra::simd::avx512emu_fill::fmadd_ps
 
 #define VIMRA_SIMD_AVX512_NS avx512emu
 #include <Kernel/Simd/Avx512Layer.h>

@@ -145,6 +145,17 @@ struct SizeAndInputTypeRule {
     }
 };
 
+/// Same size everywhere, and every image float: for operations whose kernels
+/// read and write float pixels only, so that other images are refused before
+/// the run with the attribute named.
+struct SizeAndFloatRule {
+    template <class Level>
+    static processor::RulePtr make(const Level& level) {
+        return processor::andRule(level.sizeRuleOverImages(),
+                                  level.bufferTypeRuleOverImages(image::eImageBufferType::eFloat));
+    }
+};
+
 /// No rule.
 struct NoRule {
     template <class Level>

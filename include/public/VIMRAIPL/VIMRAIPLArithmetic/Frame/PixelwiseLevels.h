@@ -200,6 +200,11 @@ public:
     }
     /// matchBufferType over the input images of the level.
     processor::RulePtr typeRuleOverInputs() const { return typeRule(typename Attrs::Inputs{}); }
+    /// bufferType(type) over every image attribute of the level (an output still
+    /// to be created passes).
+    processor::RulePtr bufferTypeRuleOverImages(image::eImageBufferType::domain type) const {
+        return bufferTypeRule(type, typename detail::Concat<typename Attrs::Inputs, typename Attrs::Outputs>::type{});
+    }
 
 protected:
     using Attrs = detail::LevelAttributes<L, Op>;
@@ -214,6 +219,13 @@ private:
     template <class... I>
     processor::RulePtr typeRule(TypeList<I...>) const {
         return processor::matchBufferType(attribute<I>()...);
+    }
+    template <class... A>
+    processor::RulePtr bufferTypeRule(image::eImageBufferType::domain type, TypeList<A...>) const {
+        const processor::RulePtr rules[] = {processor::bufferType(attribute<A>(), type)...};
+        processor::RulePtr rule = rules[0];
+        for (std::size_t k = 1; k < sizeof...(A); ++k) rule = processor::andRule(rule, rules[k]);
+        return rule;
     }
     detail::AttributeStore<typename Attrs::All> m_store;
 };

@@ -99,6 +99,16 @@ inline RegF zeroWhereZero(F32, RegF q, RegF d) {
     return _mm256_andnot_ps(_mm256_cmp_ps(d, _mm256_setzero_ps(), _CMP_EQ_OQ), q);
 }
 
+#include "Float256Layer.inc"
+
+inline Reg bitAnd(Int32, Reg a, Reg b) {
+    return _mm256_and_si256(a, b);
+}
+/// The lanes where x & bits is zero.
+inline MaskF bitsClear(Int32, Reg x, Reg bits) {
+    return _mm256_castsi256_ps(_mm256_cmpeq_epi32(_mm256_and_si256(x, bits), _mm256_setzero_si256()));
+}
+
 // ---- widening, in memory order ------------------------------------------------------------
 
 inline __m128i lowHalf(Reg x) {

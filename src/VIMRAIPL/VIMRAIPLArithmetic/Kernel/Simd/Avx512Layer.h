@@ -113,6 +113,56 @@ inline RegF clearSign(F32, RegF x) {
 inline RegF zeroWhereZero(F32, RegF q, RegF d) {
     return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(d, _mm512_setzero_ps(), _CMP_NEQ_UQ), q);
 }
+/// The exact IEEE square root.
+inline RegF squareRoot(F32, RegF x) {
+    return _mm512_sqrt_ps(x);
+}
+/// acc + x * x fused, with one rounding: the AVX-512 kernels form sums of squares
+/// this way, so their results may differ from the other sets' in the last bit.
+inline RegF addSquare(F32, RegF acc, RegF x) {
+    return _mm512_fmadd_ps(x, x, acc);
+}
+
+// ---- lane masks and selection -------------------------------------------------------------
+
+/// A bit per lane, set where a comparison holds (NaN compares false).
+using MaskF = __mmask16;
+
+inline RegF broadcast(F32, float v) {
+    return _mm512_set1_ps(v);
+}
+inline Reg broadcast(Int32, int v) {
+    return _mm512_set1_epi32(v);
+}
+inline MaskF greater(F32, RegF a, RegF b) {
+    return _mm512_cmp_ps_mask(a, b, _CMP_GT_OQ);
+}
+inline MaskF lessOrEqual(F32, RegF a, RegF b) {
+    return _mm512_cmp_ps_mask(a, b, _CMP_LE_OQ);
+}
+/// The lanes that are not NaN.
+inline MaskF isNumber(F32, RegF x) {
+    return _mm512_cmp_ps_mask(x, x, _CMP_ORD_Q);
+}
+inline RegF select(F32, MaskF m, RegF yes, RegF no) {
+    return _mm512_mask_blend_ps(m, no, yes);
+}
+/// x with its sign bit flipped.
+inline RegF negate(F32, RegF x) {
+    return _mm512_castsi512_ps(_mm512_xor_si512(_mm512_castps_si512(x), _mm512_set1_epi32(-2147483647 - 1)));
+}
+/// x with its sign bit flipped where s has its sign bit set.
+inline RegF xorSign(F32, RegF x, RegF s) {
+    const Reg sign = _mm512_and_si512(_mm512_castps_si512(s), _mm512_set1_epi32(-2147483647 - 1));
+    return _mm512_castsi512_ps(_mm512_xor_si512(_mm512_castps_si512(x), sign));
+}
+inline Reg bitAnd(Int32, Reg a, Reg b) {
+    return _mm512_and_si512(a, b);
+}
+/// The lanes where x & bits is zero.
+inline MaskF bitsClear(Int32, Reg x, Reg bits) {
+    return _mm512_cmpeq_epi32_mask(_mm512_and_si512(x, bits), _mm512_setzero_si512());
+}
 
 // ---- widening, in memory order ------------------------------------------------------------
 

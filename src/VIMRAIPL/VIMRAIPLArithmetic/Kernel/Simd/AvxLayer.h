@@ -2,7 +2,8 @@
 
 // AVX layer of the vector kernels: float lanes only. AVX has no 256-bit integer
 // arithmetic, and only the all-float kernels are built for it; an integer kernel
-// instantiated for this set fails to compile (no integer primitive exists here).
+// instantiated for this set fails to compile (no integer widening or narrowing
+// exists here; the few 32-bit steps below serve float kernels' angle reduction).
 // Included only by files compiled for AVX; everything lives in vimra::simd::avx.
 
 #include "LaneTags.h"
@@ -47,6 +48,39 @@ inline RegF clearSign(F32, RegF x) {
 /// q where d compares unequal to zero, +0 where d is +0 or -0 (a NaN d keeps q).
 inline RegF zeroWhereZero(F32, RegF q, RegF d) {
     return _mm256_andnot_ps(_mm256_cmp_ps(d, _mm256_setzero_ps(), _CMP_EQ_OQ), q);
+}
+
+#include "Float256Layer.inc"
+
+// ---- 32-bit integer lanes, for the angle reduction of the sine and cosine -----------------
+// AVX has no 256-bit integer arithmetic: the integer steps work on the two 128-bit halves.
+
+inline Reg truncate(F32, RegF x) {
+    return _mm256_cvttps_epi32(x);
+}
+inline RegF toFloat(S32, Reg x) {
+    return _mm256_cvtepi32_ps(x);
+}
+template <class F>
+inline Reg byHalves(Reg a, Reg b, F f) {
+    const __m128i lo = f(_mm256_castsi256_si128(a), _mm256_castsi256_si128(b));
+    const __m128i hi = f(_mm256_extractf128_si256(a, 1), _mm256_extractf128_si256(b, 1));
+    return _mm256_insertf128_si256(_mm256_castsi128_si256(lo), hi, 1);
+}
+inline Reg add(Int32, Reg a, Reg b) {
+    return byHalves(a, b, [](__m128i x, __m128i y) { return _mm_add_epi32(x, y); });
+}
+inline Reg subtract(Int32, Reg a, Reg b) {
+    return byHalves(a, b, [](__m128i x, __m128i y) { return _mm_sub_epi32(x, y); });
+}
+inline Reg bitAnd(Int32, Reg a, Reg b) {
+    return _mm256_castps_si256(_mm256_and_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b)));
+}
+/// The lanes where x & bits is zero.
+inline MaskF bitsClear(Int32, Reg x, Reg bits) {
+    return _mm256_castsi256_ps(byHalves(bitAnd(Int32{}, x, bits), _mm256_setzero_si256(), [](__m128i v, __m128i zero) {
+        return _mm_cmpeq_epi32(v, zero);
+    }));
 }
 
 }  // namespace vimra::simd::avx

@@ -102,6 +102,54 @@ inline RegF clearSign(F32, RegF x) {
 inline RegF zeroWhereZero(F32, RegF q, RegF d) {
     return _mm_andnot_ps(_mm_cmpeq_ps(d, _mm_setzero_ps()), q);
 }
+/// The exact IEEE square root.
+inline RegF squareRoot(F32, RegF x) {
+    return _mm_sqrt_ps(x);
+}
+/// acc + x * x with the product and the sum each rounded, as the standard kernels compute it.
+inline RegF addSquare(F32, RegF acc, RegF x) {
+    return _mm_add_ps(acc, _mm_mul_ps(x, x));
+}
+
+// ---- lane masks and selection -------------------------------------------------------------
+
+/// All bits set in the lanes where a comparison holds (NaN compares false).
+using MaskF = RegF;
+
+inline RegF broadcast(F32, float v) {
+    return _mm_set1_ps(v);
+}
+inline Reg broadcast(Int32, int v) {
+    return _mm_set1_epi32(v);
+}
+inline MaskF greater(F32, RegF a, RegF b) {
+    return _mm_cmpgt_ps(a, b);
+}
+inline MaskF lessOrEqual(F32, RegF a, RegF b) {
+    return _mm_cmple_ps(a, b);
+}
+/// The lanes that are not NaN.
+inline MaskF isNumber(F32, RegF x) {
+    return _mm_cmpord_ps(x, x);
+}
+inline RegF select(F32, MaskF m, RegF yes, RegF no) {
+    return _mm_or_ps(_mm_and_ps(m, yes), _mm_andnot_ps(m, no));
+}
+/// x with its sign bit flipped.
+inline RegF negate(F32, RegF x) {
+    return _mm_xor_ps(x, _mm_set1_ps(-0.0f));
+}
+/// x with its sign bit flipped where s has its sign bit set.
+inline RegF xorSign(F32, RegF x, RegF s) {
+    return _mm_xor_ps(x, _mm_and_ps(s, _mm_set1_ps(-0.0f)));
+}
+inline Reg bitAnd(Int32, Reg a, Reg b) {
+    return _mm_and_si128(a, b);
+}
+/// The lanes where x & bits is zero.
+inline MaskF bitsClear(Int32, Reg x, Reg bits) {
+    return _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(x, bits), _mm_setzero_si128()));
+}
 
 // ---- widening, in memory order ------------------------------------------------------------
 

@@ -253,6 +253,44 @@ inline Block<T> lanewise(const Block<T>& a, const Block<T>& b, F f) {
     return r;
 }
 
+/// The lane policy of the polar approximations (Kernel/PolarApproximations.h):
+/// one register of float lanes and its 32-bit integer companion.
+struct MathLanes {
+    using F = RegF;
+    using I = Reg;
+    using M = MaskF;
+    static F constant(float v) { return broadcast(F32{}, v); }
+    static I integer(int v) { return broadcast(Int32{}, v); }
+    static F add(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::add(F32{}, a, b); }
+    static F subtract(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::subtract(F32{}, a, b); }
+    static F multiply(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::multiply(F32{}, a, b); }
+    static F divide(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::divide(F32{}, a, b); }
+    static F squareRoot(F x) { return vimra::simd::VIMRA_SIMD_NS::squareRoot(F32{}, x); }
+    static F absolute(F x) { return clearSign(F32{}, x); }
+    static F negate(F x) { return vimra::simd::VIMRA_SIMD_NS::negate(F32{}, x); }
+    static F xorSign(F x, F s) { return vimra::simd::VIMRA_SIMD_NS::xorSign(F32{}, x, s); }
+    static M greater(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::greater(F32{}, a, b); }
+    static M lessOrEqual(F a, F b) { return vimra::simd::VIMRA_SIMD_NS::lessOrEqual(F32{}, a, b); }
+    static M isNumber(F x) { return vimra::simd::VIMRA_SIMD_NS::isNumber(F32{}, x); }
+    static F select(M m, F yes, F no) { return vimra::simd::VIMRA_SIMD_NS::select(F32{}, m, yes, no); }
+    static I truncate(F x) { return vimra::simd::VIMRA_SIMD_NS::truncate(F32{}, x); }
+    static F toFloat(I x) { return vimra::simd::VIMRA_SIMD_NS::toFloat(S32{}, x); }
+    static I addInt(I a, I b) { return vimra::simd::VIMRA_SIMD_NS::add(Int32{}, a, b); }
+    static I subtractInt(I a, I b) { return vimra::simd::VIMRA_SIMD_NS::subtract(Int32{}, a, b); }
+    static I andInt(I a, I b) { return bitAnd(Int32{}, a, b); }
+    static M bitsClear(I x, I bits) { return vimra::simd::VIMRA_SIMD_NS::bitsClear(Int32{}, x, bits); }
+};
+
+/// f(MathLanes{}, register of a, register of b, first result, second result) for
+/// every register of two float blocks: the two result blocks.
+template <class F>
+inline imaproc::arithm::kernel::Pair<Block<float>> lanewisePair(const Block<float>& a, const Block<float>& b, F f) {
+    imaproc::arithm::kernel::Pair<Block<float>> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<float>::s_regs; ++j) f(MathLanes{}, a.r[j], b.r[j], r.first.r[j], r.second.r[j]);
+    return r;
+}
+
 // ---- kernel loops -------------------------------------------------------------------------
 
 namespace families = imaproc::arithm::kernel::tags;
@@ -269,6 +307,26 @@ inline void vectorStep(families::BinaryInComputationType, const Op& op, std::uin
 template <class Op, class A, class C>
 inline void vectorStep(families::UnaryConvert, const Op& op, std::uint64_t i, const A* a, C* c) {
     store(c + i, convert<C>(op.applyVector(load(a + i))));
+}
+
+/// Inputs sharing a type: out = convert<C>(op(a, b[, d])).
+template <class Op, class A, class C>
+inline void vectorStep(families::SharedTypeConvert, const Op& op, std::uint64_t i, const A* a, const A* b, C* c) {
+    store(c + i, convert<C>(op.applyVector(load(a + i), load(b + i))));
+}
+template <class Op, class A, class C>
+inline void vectorStep(families::SharedTypeConvert, const Op& op, std::uint64_t i, const A* a, const A* b,
+                       const A* d, C* c) {
+    store(c + i, convert<C>(op.applyVector(load(a + i), load(b + i), load(d + i))));
+}
+
+/// Two float inputs, two float outputs; both inputs are loaded before either store.
+template <class Op>
+inline void vectorStep(families::FloatPairToPair, const Op& op, std::uint64_t i, const float* a, const float* b,
+                       float* c, float* d) {
+    const auto r = op.applyVector(load(a + i), load(b + i));
+    store(c + i, r.first);
+    store(d + i, r.second);
 }
 
 #include "../StripBinding.inc"

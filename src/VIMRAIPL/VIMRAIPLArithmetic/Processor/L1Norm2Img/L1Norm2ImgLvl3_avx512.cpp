@@ -1,0 +1,4 @@
+#include "../../Kernel/Simd/Avx512Kernels.h"
+#include "L1Norm2ImgArithmetic.h"
+
+VIMRA_ARITHM_ISA_KERNELS(L1Norm2Img)

@@ -1,0 +1,4 @@
+#include "../../Kernel/Simd/Sse2Kernels.h"
+#include "L2Norm3ImgArithmetic.h"
+
+VIMRA_ARITHM_ISA_KERNELS(L2Norm3Img)
