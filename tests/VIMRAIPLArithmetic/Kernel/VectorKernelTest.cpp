@@ -63,18 +63,6 @@ Value valueOf(int t, double v) {
 
 // ---- checking --------------------------------------------------------------------------------
 
-/// Collects the first few mismatches of a test with their context.
-class Mismatches {
-  public:
-    bool full() const { return m_count >= 8; }
-    void add(const std::string& what) {
-        if (m_count++ < 8) ADD_FAILURE() << what;
-    }
-
-  private:
-    int m_count = 0;
-};
-
 std::string pixel(const char* isa, int op, int ta, const Value& a, int tb, const Value* b, int tc,
                   std::size_t count, std::size_t i) {
     std::ostringstream s;
