@@ -157,7 +157,7 @@ inline RegF zeroNaN(F32, RegF x) {
 }
 /// x + 0.5 where x >= 0, x - 0.5 where x < 0.
 inline RegF addHalfAwayFromZero(F32, RegF x) {
-    const __mmask16 negative = _mm512_cmp_ps_mask(x, _mm512_setzero_ps(), _CMP_LT_OQ);
+    const auto negative = _mm512_cmp_ps_mask(x, _mm512_setzero_ps(), _CMP_LT_OQ);  // a lane mask
     return _mm512_add_ps(x, _mm512_mask_mov_ps(_mm512_set1_ps(0.5f), negative, _mm512_set1_ps(-0.5f)));
 }
 /// Truncation toward zero to int32 with values from 2^31 up giving 2147483647
