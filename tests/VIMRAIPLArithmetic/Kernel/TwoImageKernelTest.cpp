@@ -212,8 +212,8 @@ TEST_P(TwoImageKernels, MatchTheRulesAndTheStandardKernels) {
                                 e.vector = expectConversion(eFloat, floatValue(parts[part][1]), tc, isa).vector;
                                 e.mustAgree = false;
                             }
-                            check(m, tc, e, outVec[static_cast<std::size_t>(part)].get(i), false,
-                                  outStd[static_cast<std::size_t>(part)].get(i),
+                            check(m, tc, e, outVec[static_cast<std::size_t>(part)].get(i),
+                                  outStd[static_cast<std::size_t>(part)].get(i), false,
                                   where + (part == 0 ? " real" : " imaginary"));
                         }
                         continue;
