@@ -43,7 +43,8 @@ inline std::size_t elemBytes(Elem e) {
 /// type `type` (inputs and output alike). `isaSweep` also runs it once per
 /// instruction set; `createForm` also times the form that allocates its output.
 struct Workload {
-    const char* op;  // "add", "subtract", "multiply", "divide" (two inputs), "abs" (one)
+    const char* op;  // "add", "subtract", "multiply", "divide", "min", "max", "blend", "lincomb"
+                     // (two inputs), "abs" (one), "cmul" (four inputs, two outputs)
     Elem type;
     int size;
     bool isaSweep;
@@ -53,6 +54,15 @@ struct Workload {
 inline bool isUnary(const std::string& op) {
     return op == "abs";
 }
+
+/// Images one call reads and writes: "cmul" reads two complex images as four
+/// planes and writes two.
+inline int arrayCount(const std::string& op) {
+    return isUnary(op) ? 2 : op == "cmul" ? 6 : 3;
+}
+
+/// The blend multiplier of every implementation's "blend" run.
+inline constexpr float s_blendWeight = 0.3f;
 
 // A new operation adds its rows here; every program of the harness (ours, the
 // OpenCV peer and, through the listing of those, the Python peers) picks them up.
@@ -64,6 +74,10 @@ inline const std::vector<Workload>& workloads() {
         {"divide", Elem::u8, 4096, false, false},   {"divide", Elem::f32, 4096, true, false},
         {"add", Elem::u8, 256, false, true},        {"add", Elem::u8, 64, false, true},
         {"abs", Elem::i16, 4096, false, false},
+        {"min", Elem::u8, 4096, false, false},      {"min", Elem::f32, 4096, false, false},
+        {"max", Elem::u8, 4096, false, false},      {"max", Elem::f32, 4096, false, false},
+        {"lincomb", Elem::u8, 4096, false, false},  {"blend", Elem::f32, 4096, false, false},
+        {"cmul", Elem::f32, 4096, false, false},
     };
     return table;
 }
@@ -88,7 +102,7 @@ inline std::string benchName(const std::string& impl, const Workload& w, int thr
 /// Bytes one call reads and writes (inputs once, output once).
 inline double bytesPerCall(const Workload& w) {
     const double pixels = static_cast<double>(w.size) * w.size;
-    const int arrays = isUnary(w.op) ? 2 : 3;
+    const int arrays = arrayCount(w.op);
     return pixels * static_cast<double>(elemBytes(w.type)) * arrays;
 }
 

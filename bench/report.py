@@ -46,6 +46,9 @@ NOTES = [
     ("numpy", r"^divide$", "u8", "d", "NumPy floor_divide: equals truncation for unsigned values"),
     ("numpy", r"^divide$", "f32", "e", "NumPy gives inf for x/0 where ours gives 0 (the data has no zero divisor)"),
     ("numexpr", r".*", "u8|i16", "f", "numexpr computes in int32/float64 blocks and casts on store (casting='unsafe')"),
+    ("opencv", r"^lincomb$", "u8", "g", "OpenCV addWeighted rounds halves to even; ours rounds them away from zero"),
+    ("numpy", r"^cmul$", "f32", "h", "NumPy complex64 multiply on interleaved data: the same arithmetic and bytes, another layout"),
+    ("numexpr", r"^cmul$", "f32", "i", "numexpr: two calls (real part, imaginary part), each reading the four planes"),
 ]
 
 
@@ -113,7 +116,7 @@ def fmt_time(us, cv=None):
 
 
 def nbytes(w):
-    arrays = 2 if w["op"] == "abs" else 3
+    arrays = {"abs": 2, "cmul": 6}.get(w["op"], 3)
     return w["w"] * w["h"] * ELEM_BYTES[w["type"]] * arrays
 
 

@@ -47,6 +47,9 @@ set(VIMRA_KERNEL_FLAGS "")
 if(NOT VIMRA_KERNEL_DEBUG_INFO)
   set(VIMRA_KERNEL_FLAGS -g0)
 endif()
+# No contraction of a * b + c into fused multiply-adds: every path must round each
+# product as the portable kernel does (kernels that fuse say so with intrinsics).
+list(APPEND VIMRA_KERNEL_FLAGS -ffp-contract=off)
 foreach(isa SSE2 AVX AVX2 AVX512)
   list(APPEND VIMRA_FLAGS_${isa} ${VIMRA_KERNEL_FLAGS})
 endforeach()

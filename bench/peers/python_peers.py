@@ -31,6 +31,7 @@ except ImportError:  # numexpr is optional: NumPy alone still gives a peer
     ne = None
 
 DTYPES = {"u8": np.uint8, "i16": np.int16, "f32": np.float32}
+BLEND_WEIGHT = 0.3  # vimra::bench::s_blendWeight
 NAME = re.compile(
     r"^(?P<impl>[^/]+)/(?P<op>[a-z]+)/(?P<type>[a-z0-9]+)/(?P<w>\d+)x(?P<h>\d+)"
     r"/threads:(?P<threads>\d+)(?P<rest>(/[a-z]+:[^/]+)*)$")
@@ -69,7 +70,7 @@ def numpy_call(op, type_name, a, b, out):
         fn = np.floor_divide  # unsigned, divisor never zero: truncation, as ours
     else:
         fn = {"add": np.add, "subtract": np.subtract, "multiply": np.multiply,
-              "divide": np.divide, "abs": np.abs}.get(op)
+              "divide": np.divide, "abs": np.abs, "min": np.minimum, "max": np.maximum}.get(op)
     if fn is None:
         return None
     unary = op == "abs"
@@ -84,15 +85,41 @@ def numexpr_call(op, type_name, a, b, out):
     memory traffic is that of our kernels. Without an output it would create
     an int32 or float64 image: no creating form for integer types."""
     expr = {"add": "a + b", "subtract": "a - b", "multiply": "a * b", "divide": "a / b",
-            "abs": "abs(a)"}.get(op)
+            "abs": "abs(a)", "lincomb": "a * h + b * h", "blend": "a * w + b * (1 - w)"}.get(op)
     if expr is None:
         return None
-    env = {"a": a, "b": b}
+    # Coefficients as float32 scalars, so that float32 data stays in float32.
+    env = {"a": a, "b": b, "h": np.float32(0.5), "w": np.float32(BLEND_WEIGHT)}
     if out is None:
         if type_name != "f32":
             return None
         return lambda: ne.evaluate(expr, local_dict=env)
     return lambda: ne.evaluate(expr, local_dict=env, out=out, casting="unsafe")
+
+
+def complex_calls(w, h, image, create):
+    """Complex products of the "cmul" workload (planes 1, 2: real and imaginary
+    parts of the first operand; 3, 4 of the second): numexpr's two calls over the
+    four planes, and NumPy's complex64 multiply of the same values interleaved."""
+    a, b, c, d = (image("f32", w, h, seed) for seed in (1, 2, 3, 4))
+    calls = {}
+    z1 = (a + 1j * b).astype(np.complex64)
+    z2 = (c + 1j * d).astype(np.complex64)
+    if create:
+        calls["numpy"] = lambda: np.multiply(z1, z2)
+    else:
+        z = np.zeros_like(z1)
+        calls["numpy"] = lambda: np.multiply(z1, z2, out=z)
+    if ne is not None:
+        env = {"a": a, "b": b, "c": c, "d": d}
+        if create:
+            calls["numexpr"] = lambda: (ne.evaluate("a * c - b * d", local_dict=env),
+                                        ne.evaluate("a * d + b * c", local_dict=env))
+        else:
+            re_, im_ = np.zeros_like(a), np.zeros_like(a)
+            calls["numexpr"] = lambda: (ne.evaluate("a * c - b * d", local_dict=env, out=re_),
+                                        ne.evaluate("a * d + b * c", local_dict=env, out=im_))
+    return calls
 
 
 def measure(call, min_time, repetitions, warmup):
@@ -176,10 +203,16 @@ def main():
         a = image(type_name, w, h, 1)
         b = a if op == "abs" else image(type_name, w, h, 2)
         out = None if create else image(type_name, w, h, 0)
-        arrays = 2 if op == "abs" else 3
+        arrays = {"abs": 2, "cmul": 6}.get(op, 3)
         nbytes = w * h * np.dtype(DTYPES[type_name]).itemsize * arrays
         suffix = "/form:create" if create else ""
         stem = f"{op}/{type_name}/{w}x{h}"
+        if op == "cmul":
+            calls = complex_calls(w, h, image, create)
+            runs.append((f"numpy/{stem}/threads:1{suffix}", calls["numpy"], nbytes, 1))
+            for t in thread_counts if "numexpr" in calls else []:
+                runs.append((f"numexpr/{stem}/threads:{t}{suffix}", calls["numexpr"], nbytes, t))
+            continue
         call = numpy_call(op, type_name, a, b, out)
         if call is not None:
             runs.append((f"numpy/{stem}/threads:1{suffix}", call, nbytes, 1))

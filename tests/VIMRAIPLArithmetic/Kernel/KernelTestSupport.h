@@ -35,6 +35,18 @@ inline void PrintTo(const KernelSource& s, std::ostream* os) {
     *os << sourceName(s);
 }
 
+/// Collects the first few mismatches of a test with their context.
+class Mismatches {
+  public:
+    bool full() const { return m_count >= 8; }
+    void add(const std::string& what) {
+        if (m_count++ < 8) ADD_FAILURE() << what;
+    }
+
+  private:
+    int m_count = 0;
+};
+
 inline constexpr std::size_t s_padding = 64;  // elements the image storage guarantees past a strip
 inline constexpr unsigned char s_guardByte = 0xa5;
 

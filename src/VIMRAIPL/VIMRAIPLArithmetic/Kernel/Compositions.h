@@ -37,6 +37,9 @@ struct BinaryInComputationType {};
 struct UnaryConvert {};
 struct SharedTypeConvert {};
 struct FloatPairToPair {};
+struct BinaryInComparisonType {};
+struct BinaryInFloat {};
+struct ComplexPairInFloat {};
 }  // namespace tags
 
 /// The two results of a pixel (or of a block of pixels).
@@ -115,6 +118,61 @@ struct FloatPairToPair : FamilyDefaults {
         const Pair<float> r = op.apply(a[i], b[i]);
         c[i] = r.first;
         d[i] = r.second;
+    }
+};
+
+/// Two inputs, one output, each its own type: the operation selects between the
+/// two values in their comparison type (ComparisonType, built from the inputs
+/// only), and the selected value is converted to the output like a two-input
+/// result (wrap-around; the vector kernels saturate).
+struct BinaryInComparisonType : FamilyDefaults {
+    using Tag = tags::BinaryInComparisonType;
+    using Signature = kernel::Signature<Param<0>, Param<1>, Param<2>>;
+    static constexpr int s_inputs = 2;
+
+    template <class Op, class A, class B, class C>
+    VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, const B* b, C* c) {
+        using TK = ComparisonTypeT<A, B>;
+        c[i] = narrowWrap<C>(op.apply(static_cast<TK>(a[i]), static_cast<TK>(b[i])));
+    }
+};
+
+/// Two inputs, one output, each its own type: both inputs converted to float, and
+/// the operation's scalar face computes and converts to the output type itself
+/// (`apply<TOut>(a, b)`); its vector face likewise returns a block of the output type.
+struct BinaryInFloat : FamilyDefaults {
+    using Tag = tags::BinaryInFloat;
+    using Signature = kernel::Signature<Param<0>, Param<1>, Param<2>>;
+    static constexpr int s_inputs = 2;
+
+    template <class Op, class A, class B, class C>
+    VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, const B* b, C* c) {
+        c[i] = op.template apply<C>(toComputation<float>(a[i]), toComputation<float>(b[i]));
+    }
+};
+
+/// Two float results of one pixel.
+struct FloatPair {
+    float first;
+    float second;
+};
+
+/// Four inputs (two pairs, each pair of one type) and two outputs of one type:
+/// every input converted to float, two float results (`apply(a, b, c, d)` gives a
+/// FloatPair), each converted to the output like a one-input value (truncation
+/// to 32 bits, then the low bits; the vector kernels saturate).
+struct ComplexPairInFloat : FamilyDefaults {
+    using Tag = tags::ComplexPairInFloat;
+    using Signature = kernel::Signature<Param<0>, Param<0>, Param<1>, Param<1>, Param<2>, Param<2>>;
+    static constexpr int s_inputs = 4;
+
+    template <class Op, class A, class B, class C>
+    VIMRA_HOST_DEVICE static constexpr void pixel(const Op& op, std::uint64_t i, const A* a, const A* b, const B* c,
+                                                  const B* d, C* first, C* second) {
+        const FloatPair r = op.apply(toComputation<float>(a[i]), toComputation<float>(b[i]),
+                                     toComputation<float>(c[i]), toComputation<float>(d[i]));
+        first[i] = convertWrap<C>(r.first);
+        second[i] = convertWrap<C>(r.second);
     }
 };
 

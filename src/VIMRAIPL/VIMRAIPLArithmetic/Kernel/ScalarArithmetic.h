@@ -7,6 +7,8 @@
 // Vector kernels must not call these functions: code compiled with wider
 // instruction-set flags keeps its helpers in its own namespace.
 
+#include <vimra/image/BufferType.h>
+
 #include <bit>
 #include <cstdint>
 #include <type_traits>
@@ -146,5 +148,66 @@ constexpr T wrapAbs(T x) {
 
 /// Clears the sign bit of a float (NaN payloads kept).
 constexpr float clearSign(float x) { return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) & 0x7fffffffu); }
+
+// ---- selection between two inputs ----------------------------------------------------------
+
+/// Comparison type of a selecting kernel (min, max, maxAbs): built from the two
+/// inputs only, and able to hold both values and both magnitudes exactly: float
+/// when either is float, otherwise int16 for two 8-bit inputs, int32 when the
+/// wider is 16-bit, int64 when it is 32-bit (so that int32 meets uint32, and
+/// |-2147483648|, without loss).
+template <class A, class B>
+struct ComparisonType {
+    static constexpr int width = sizeof(A) > sizeof(B) ? sizeof(A) : sizeof(B);
+    using type = std::conditional_t<
+        isFloat<A> || isFloat<B>, float,
+        std::conditional_t<width == 1, short, std::conditional_t<width == 2, int, std::int64_t>>>;
+};
+template <class A, class B>
+using ComparisonTypeT = typename ComparisonType<A, B>::type;
+
+/// a where a < b, else b; a NaN in a is kept (so a NaN in either input gives NaN).
+template <class T>
+constexpr T smaller(T a, T b) {
+    if constexpr (isFloat<T>) {
+        if (a != a) return a;
+    }
+    return a < b ? a : b;
+}
+/// a where a > b, else b; a NaN in a is kept (so a NaN in either input gives NaN).
+template <class T>
+constexpr T larger(T a, T b) {
+    if constexpr (isFloat<T>) {
+        if (a != a) return a;
+    }
+    return a > b ? a : b;
+}
+/// |x| in a comparison type, which always holds it; floats lose their sign bit.
+template <class T>
+constexpr T magnitude(T x) {
+    if constexpr (isFloat<T>) {
+        return clearSign(x);
+    } else {
+        return x < 0 ? static_cast<T>(-x) : x;
+    }
+}
+
+/// Rounding and saturating conversion of a float result: halves away from zero
+/// (the half added in single precision), then the output type's limits compared
+/// in double; NaN gives 0. Float outputs take the value as it is.
+template <class TOut>
+constexpr TOut roundAndSaturate(float s) {
+    if constexpr (isFloat<TOut>) {
+        return s;
+    } else {
+        if (s != s) return TOut{0};
+        const float y = s >= 0.0f ? s + 0.5f : s - 0.5f;
+        if (static_cast<double>(y) > static_cast<double>(image::NumericLimits<TOut>::s_max))
+            return image::NumericLimits<TOut>::s_max;
+        if (static_cast<double>(image::NumericLimits<TOut>::s_min) > static_cast<double>(y))
+            return image::NumericLimits<TOut>::s_min;
+        return static_cast<TOut>(y);  // in range: truncation toward zero
+    }
+}
 
 }  // namespace vimra::imaproc::arithm::kernel

@@ -93,13 +93,22 @@ inline __m256i cvtepi32_epi16(__m512i x) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(out));
 }
 
-/// a * b + c with one rounding per lane. (SIMDe 0.7.4 rounds the product first.)
+/// a * b + c and -(a * b) + c with one rounding. (SIMDe 0.7.4's portable versions
+/// round the product first.)
 inline __m512 fmadd_ps(__m512 a, __m512 b, __m512 c) {
     float x[16], y[16], z[16];
     _mm512_storeu_ps(x, a);
     _mm512_storeu_ps(y, b);
     _mm512_storeu_ps(z, c);
-    for (int i = 0; i < 16; ++i) x[i] = std::fma(x[i], y[i], z[i]);
+    for (int i = 0; i < 16; ++i) x[i] = std::fmaf(x[i], y[i], z[i]);
+    return _mm512_loadu_ps(x);
+}
+inline __m512 fnmadd_ps(__m512 a, __m512 b, __m512 c) {
+    float x[16], y[16], z[16];
+    _mm512_storeu_ps(x, a);
+    _mm512_storeu_ps(y, b);
+    _mm512_storeu_ps(z, c);
+    for (int i = 0; i < 16; ++i) x[i] = std::fmaf(-x[i], y[i], z[i]);
     return _mm512_loadu_ps(x);
 }
 
@@ -117,6 +126,8 @@ inline __m512 fmadd_ps(__m512 a, __m512 b, __m512 c) {
 #define _mm512_mullo_epi32 vimra::simd::avx512emu_fill::mullo_epi32
 #undef _mm512_fmadd_ps
 #define _mm512_fmadd_ps vimra::simd::avx512emu_fill::fmadd_ps
+#undef _mm512_fnmadd_ps
+#define _mm512_fnmadd_ps vimra::simd::avx512emu_fill::fnmadd_ps
 
 #define VIMRA_SIMD_AVX512_NS avx512emu
 #include <Kernel/Simd/Avx512Layer.h>

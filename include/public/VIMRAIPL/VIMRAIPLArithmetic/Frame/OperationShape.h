@@ -156,6 +156,15 @@ struct SizeAndFloatRule {
     }
 };
 
+/// The rule the operation builds itself: `Op::createRule(level)`.
+template <class Op>
+struct OwnRule {
+    template <class Level>
+    static processor::RulePtr make(const Level& level) {
+        return Op::createRule(level);
+    }
+};
+
 /// No rule.
 struct NoRule {
     template <class Level>
@@ -171,6 +180,7 @@ namespace shape {
 using In1 = ImageChain<attr::InImg1, attr::InSubImg2d1, attr::InYStrip2d1>;
 using In2 = ImageChain<attr::InImg2, attr::InSubImg2d2, attr::InYStrip2d2>;
 using In3 = ImageChain<attr::InImg3, attr::InSubImg2d3, attr::InYStrip2d3>;
+using In4 = ImageChain<attr::InImg4, attr::InSubImg2d4, attr::InYStrip2d4>;
 using In = ImageChain<attr::InImg, attr::InSubImg2d, attr::InYStrip2d>;
 template <class Initializer>
 using Out = OutputChain<attr::OutImg, attr::OutImg, attr::OutYStrip2d, Initializer>;

@@ -109,6 +109,57 @@ inline MaskF bitsClear(Int32, Reg x, Reg bits) {
     return _mm256_castsi256_ps(_mm256_cmpeq_epi32(_mm256_and_si256(x, bits), _mm256_setzero_si256()));
 }
 
+// ---- selection and saturating float steps ------------------------------------------------
+
+inline Reg broadcast(Int32, int v) {
+    return _mm256_set1_epi32(v);
+}
+inline RegF broadcast(F32, float v) {
+    return _mm256_set1_ps(v);
+}
+
+// minimum(a, b) is a where a < b, else b; maximum(a, b) is a where a > b, else b.
+inline Reg minimum(S16, Reg a, Reg b) {
+    return _mm256_min_epi16(a, b);
+}
+inline Reg maximum(S16, Reg a, Reg b) {
+    return _mm256_max_epi16(a, b);
+}
+inline Reg minimum(S32, Reg a, Reg b) {
+    return _mm256_min_epi32(a, b);
+}
+inline Reg maximum(S32, Reg a, Reg b) {
+    return _mm256_max_epi32(a, b);
+}
+inline Reg minimum(U32, Reg a, Reg b) {
+    return _mm256_min_epu32(a, b);
+}
+inline Reg maximum(U32, Reg a, Reg b) {
+    return _mm256_max_epu32(a, b);
+}
+/// Float lanes: as above, except that a NaN in a is kept (vminps alone would take b).
+inline RegF minimum(F32, RegF a, RegF b) {
+    return _mm256_blendv_ps(_mm256_min_ps(a, b), a, _mm256_cmp_ps(a, a, _CMP_UNORD_Q));
+}
+inline RegF maximum(F32, RegF a, RegF b) {
+    return _mm256_blendv_ps(_mm256_max_ps(a, b), a, _mm256_cmp_ps(a, a, _CMP_UNORD_Q));
+}
+/// NaN lanes replaced by +0.
+inline RegF zeroNaN(F32, RegF x) {
+    return _mm256_and_ps(_mm256_cmp_ps(x, x, _CMP_ORD_Q), x);
+}
+/// x + 0.5 where x >= 0, x - 0.5 where x < 0.
+inline RegF addHalfAwayFromZero(F32, RegF x) {
+    const RegF negative = _mm256_cmp_ps(x, _mm256_setzero_ps(), _CMP_LT_OQ);
+    return _mm256_add_ps(x, _mm256_blendv_ps(_mm256_set1_ps(0.5f), _mm256_set1_ps(-0.5f), negative));
+}
+/// Truncation toward zero to int32 with values from 2^31 up giving 2147483647
+/// (below -2^31, and NaN, give -2147483648 as in truncate()).
+inline Reg truncateSaturated(F32, RegF x) {
+    return _mm256_xor_si256(_mm256_cvttps_epi32(x),
+                            _mm256_castps_si256(_mm256_cmp_ps(x, _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ)));
+}
+
 // ---- widening, in memory order ------------------------------------------------------------
 
 inline __m128i lowHalf(Reg x) {

@@ -13,6 +13,8 @@
 
 #include "LaneTags.h"
 
+#include <cstdint>
+
 #ifndef VIMRA_SIMD_AVX512_NS
 // g++ 12 reports its own _mm512_undefined_* placeholders (in avx512fintrin.h) as
 // uninitialised wherever they are inlined. The warnings carry the header's
@@ -162,6 +164,65 @@ inline Reg bitAnd(Int32, Reg a, Reg b) {
 /// The lanes where x & bits is zero.
 inline MaskF bitsClear(Int32, Reg x, Reg bits) {
     return _mm512_cmpeq_epi32_mask(_mm512_and_si512(x, bits), _mm512_setzero_si512());
+}
+
+// ---- selection and saturating float steps ------------------------------------------------
+
+inline Reg broadcast(Int32, int v) {
+    return _mm512_set1_epi32(v);
+}
+inline RegF broadcast(F32, float v) {
+    return _mm512_set1_ps(v);
+}
+
+// minimum(a, b) is a where a < b, else b; maximum(a, b) is a where a > b, else b.
+inline Reg minimum(S16, Reg a, Reg b) {
+    return _mm512_min_epi16(a, b);
+}
+inline Reg maximum(S16, Reg a, Reg b) {
+    return _mm512_max_epi16(a, b);
+}
+inline Reg minimum(S32, Reg a, Reg b) {
+    return _mm512_min_epi32(a, b);
+}
+inline Reg maximum(S32, Reg a, Reg b) {
+    return _mm512_max_epi32(a, b);
+}
+inline Reg minimum(U32, Reg a, Reg b) {
+    return _mm512_min_epu32(a, b);
+}
+inline Reg maximum(U32, Reg a, Reg b) {
+    return _mm512_max_epu32(a, b);
+}
+/// Float lanes: as above, except that a NaN in a is kept (vminps alone would take b).
+inline RegF minimum(F32, RegF a, RegF b) {
+    return _mm512_mask_mov_ps(_mm512_min_ps(a, b), _mm512_cmp_ps_mask(a, a, _CMP_UNORD_Q), a);
+}
+inline RegF maximum(F32, RegF a, RegF b) {
+    return _mm512_mask_mov_ps(_mm512_max_ps(a, b), _mm512_cmp_ps_mask(a, a, _CMP_UNORD_Q), a);
+}
+/// NaN lanes replaced by +0.
+inline RegF zeroNaN(F32, RegF x) {
+    return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(x, x, _CMP_ORD_Q), x);
+}
+/// x + 0.5 where x >= 0, x - 0.5 where x < 0.
+inline RegF addHalfAwayFromZero(F32, RegF x) {
+    const auto negative = _mm512_cmp_ps_mask(x, _mm512_setzero_ps(), _CMP_LT_OQ);  // a lane mask
+    return _mm512_add_ps(x, _mm512_mask_mov_ps(_mm512_set1_ps(0.5f), negative, _mm512_set1_ps(-0.5f)));
+}
+/// Truncation toward zero to int32 with values from 2^31 up giving 2147483647
+/// (below -2^31, and NaN, give -2147483648 as in truncate()).
+inline Reg truncateSaturated(F32, RegF x) {
+    return _mm512_mask_mov_epi32(_mm512_cvttps_epi32(x),
+                                 _mm512_cmp_ps_mask(x, _mm512_set1_ps(2147483648.0f), _CMP_GE_OQ),
+                                 _mm512_set1_epi32(INT32_MAX));
+}
+/// a * b + c and c - a * b with one rounding (fused; AVX-512 only).
+inline RegF multiplyAddFused(F32, RegF a, RegF b, RegF c) {
+    return _mm512_fmadd_ps(a, b, c);
+}
+inline RegF negatedMultiplyAddFused(F32, RegF a, RegF b, RegF c) {
+    return _mm512_fnmadd_ps(a, b, c);
 }
 
 // ---- widening, in memory order ------------------------------------------------------------

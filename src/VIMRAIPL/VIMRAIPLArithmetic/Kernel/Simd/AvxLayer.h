@@ -45,6 +45,16 @@ inline RegF divide(F32, RegF a, RegF b) {
 inline RegF clearSign(F32, RegF x) {
     return _mm256_and_ps(x, _mm256_castsi256_ps(_mm256_set1_epi32(0x7fffffff)));
 }
+inline RegF broadcast(F32, float v) {
+    return _mm256_set1_ps(v);
+}
+/// a where a < b (a > b), else b; a NaN in a is kept.
+inline RegF minimum(F32, RegF a, RegF b) {
+    return _mm256_blendv_ps(_mm256_min_ps(a, b), a, _mm256_cmp_ps(a, a, _CMP_UNORD_Q));
+}
+inline RegF maximum(F32, RegF a, RegF b) {
+    return _mm256_blendv_ps(_mm256_max_ps(a, b), a, _mm256_cmp_ps(a, a, _CMP_UNORD_Q));
+}
 /// q where d compares unequal to zero, +0 where d is +0 or -0 (a NaN d keeps q).
 inline RegF zeroWhereZero(F32, RegF q, RegF d) {
     return _mm256_andnot_ps(_mm256_cmp_ps(d, _mm256_setzero_ps(), _CMP_EQ_OQ), q);

@@ -10,6 +10,8 @@
 
 #include <emmintrin.h>
 
+#include <cstdint>
+
 namespace vimra::simd::sse2 {
 
 using Reg = __m128i;
@@ -149,6 +151,68 @@ inline Reg bitAnd(Int32, Reg a, Reg b) {
 /// The lanes where x & bits is zero.
 inline MaskF bitsClear(Int32, Reg x, Reg bits) {
     return _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(x, bits), _mm_setzero_si128()));
+}
+
+// ---- selection and saturating float steps ------------------------------------------------
+
+inline Reg broadcast(Int32, int v) {
+    return _mm_set1_epi32(v);
+}
+inline RegF broadcast(F32, float v) {
+    return _mm_set1_ps(v);
+}
+/// Bits of a where mask is set, of b elsewhere.
+inline Reg selectBits(Reg mask, Reg a, Reg b) {
+    return _mm_or_si128(_mm_and_si128(mask, a), _mm_andnot_si128(mask, b));
+}
+inline RegF selectBits(RegF mask, RegF a, RegF b) {
+    return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
+}
+
+// minimum(a, b) is a where a < b, else b; maximum(a, b) is a where a > b, else b.
+inline Reg minimum(S16, Reg a, Reg b) {
+    return _mm_min_epi16(a, b);
+}
+inline Reg maximum(S16, Reg a, Reg b) {
+    return _mm_max_epi16(a, b);
+}
+inline Reg minimum(S32, Reg a, Reg b) {
+    return selectBits(_mm_cmplt_epi32(a, b), a, b);
+}
+inline Reg maximum(S32, Reg a, Reg b) {
+    return selectBits(_mm_cmpgt_epi32(a, b), a, b);
+}
+/// Unsigned lanes compared as signed after flipping their top bits (SSE2 has no
+/// unsigned 32-bit comparison).
+inline Reg minimum(U32, Reg a, Reg b) {
+    const Reg top = _mm_set1_epi32(INT32_MIN);
+    return selectBits(_mm_cmplt_epi32(_mm_xor_si128(a, top), _mm_xor_si128(b, top)), a, b);
+}
+inline Reg maximum(U32, Reg a, Reg b) {
+    const Reg top = _mm_set1_epi32(INT32_MIN);
+    return selectBits(_mm_cmpgt_epi32(_mm_xor_si128(a, top), _mm_xor_si128(b, top)), a, b);
+}
+/// Float lanes: as above, except that a NaN in a is kept (minps alone would take b).
+inline RegF minimum(F32, RegF a, RegF b) {
+    return selectBits(_mm_cmpunord_ps(a, a), a, _mm_min_ps(a, b));
+}
+inline RegF maximum(F32, RegF a, RegF b) {
+    return selectBits(_mm_cmpunord_ps(a, a), a, _mm_max_ps(a, b));
+}
+/// NaN lanes replaced by +0.
+inline RegF zeroNaN(F32, RegF x) {
+    return _mm_and_ps(_mm_cmpord_ps(x, x), x);
+}
+/// x + 0.5 where x >= 0, x - 0.5 where x < 0.
+inline RegF addHalfAwayFromZero(F32, RegF x) {
+    const RegF negative = _mm_cmplt_ps(x, _mm_setzero_ps());
+    return _mm_add_ps(x, selectBits(negative, _mm_set1_ps(-0.5f), _mm_set1_ps(0.5f)));
+}
+/// Truncation toward zero to int32 with values from 2^31 up giving 2147483647
+/// (below -2^31, and NaN, give -2147483648 as in truncate()).
+inline Reg truncateSaturated(F32, RegF x) {
+    return _mm_xor_si128(_mm_cvttps_epi32(x),
+                         _mm_castps_si128(_mm_cmpge_ps(x, _mm_set1_ps(2147483648.0f))));
 }
 
 // ---- widening, in memory order ------------------------------------------------------------

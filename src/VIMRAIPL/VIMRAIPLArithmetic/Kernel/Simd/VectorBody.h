@@ -291,6 +291,139 @@ inline imaproc::arithm::kernel::Pair<Block<float>> lanewisePair(const Block<floa
     return r;
 }
 
+/// f(Lanes<T>{}, register of a, of b, of c) for every register of three blocks.
+template <class T, class F>
+inline Block<T> lanewise(const Block<T>& a, const Block<T>& b, const Block<T>& c, F f) {
+    Block<T> r;
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) r.r[j] = f(Lanes<T>{}, a.r[j], b.r[j], c.r[j]);
+    return r;
+}
+
+// ---- selection between two inputs ---------------------------------------------------------
+
+/// The lanes an input of type X is compared in against an input of type Y, for an
+/// output of type C. Float when any of the three is float (the output included:
+/// conversion to float is monotonic and symmetric, so selecting among the
+/// converted values gives the converted selection). Otherwise 16-bit lanes for
+/// two 8-bit inputs and 32-bit lanes for wider ones, signed except for uint32
+/// values and unsigned values compared with them. So a uint32 meeting a signed
+/// input is the one mixed case, handled by minimum() and maximum() below.
+template <class X, class Y, class C>
+struct ComparisonLane {
+    static constexpr bool s_float = isFloatLane<X> || isFloatLane<Y> || isFloatLane<C>;
+    static constexpr bool s_unsigned = std::is_same_v<X, unsigned int> ||
+                                       (std::is_unsigned_v<X> && std::is_same_v<Y, unsigned int>);
+    using type = std::conditional_t<s_float, float,
+                                    std::conditional_t<sizeof(X) == 1 && sizeof(Y) == 1, short,
+                                                       std::conditional_t<s_unsigned, unsigned int, int>>>;
+};
+template <class X, class Y, class C>
+using ComparisonLaneT = typename ComparisonLane<X, Y, C>::type;
+
+/// The selected value to the output type: float lanes and narrower outputs as a
+/// two-input result (narrow()), wider outputs by extension of the lanes.
+template <class C, class K>
+inline Block<C> fromComparison(const Block<K>& x) {
+    if constexpr (!isFloatLane<K> && sizeof(C) > sizeof(K)) {
+        return widen<C>(x);
+    } else {
+        return narrow<C>(x);
+    }
+}
+
+/// Lanewise a where a < b, else b (for floats: a NaN in a kept, see the layer).
+template <class T>
+inline Block<T> minimum(const Block<T>& a, const Block<T>& b) {
+    return lanewise(a, b, [](auto lanes, auto x, auto y) { return minimum(lanes, x, y); });
+}
+/// Lanewise a where a > b, else b (for floats: a NaN in a kept, see the layer).
+template <class T>
+inline Block<T> maximum(const Block<T>& a, const Block<T>& b) {
+    return lanewise(a, b, [](auto lanes, auto x, auto y) { return maximum(lanes, x, y); });
+}
+
+/// Signed lanes s clamped below at 0, read as unsigned: exact, and below 2^31.
+template <class S>
+inline Block<std::make_unsigned_t<S>> nonNegative(const Block<S>& s) {
+    return reinterpret<std::make_unsigned_t<S>>(
+        lanewise(s, [](auto lanes, auto x) { return maximum(lanes, x, broadcast(lanes, 0)); }));
+}
+
+/// A signed and an unsigned 32-bit input compared by value: the smaller is s
+/// where s < 0, else the unsigned minimum; written as min(s, min(max(s, 0), u)),
+/// whose inner value stays below 2^31 and so compares as signed. The result is
+/// the selected value's 32 bits.
+template <class X, class Y>
+    requires(!std::is_same_v<X, Y>)
+inline auto minimum(const Block<X>& a, const Block<Y>& b) {
+    if constexpr (std::is_signed_v<X>) {
+        return minimum(a, reinterpret<X>(minimum(nonNegative(a), b)));
+    } else {
+        return minimum(b, a);  // equal values have equal bits: the order is invisible
+    }
+}
+/// The larger of a signed and an unsigned 32-bit input: max(max(s, 0), u), unsigned.
+template <class X, class Y>
+    requires(!std::is_same_v<X, Y>)
+inline auto maximum(const Block<X>& a, const Block<Y>& b) {
+    if constexpr (std::is_signed_v<X>) {
+        return maximum(nonNegative(a), b);
+    } else {
+        return maximum(b, a);
+    }
+}
+
+/// |x| in comparison lanes: floats lose their sign bit, 16-bit lanes (from 8-bit
+/// inputs) stay signed, 32-bit lanes become unsigned so that |-2147483648| is exact.
+template <class T>
+inline auto magnitude(const Block<T>& x) {
+    if constexpr (isFloatLane<T>) {
+        return lanewise(x, [](auto lanes, auto v) { return clearSign(lanes, v); });
+    } else if constexpr (std::is_unsigned_v<T>) {
+        return x;
+    } else if constexpr (sizeof(T) == 2) {
+        return lanewise(x, [](auto lanes, auto v) { return absolute(lanes, v); });
+    } else {
+        return reinterpret<unsigned int>(lanewise(x, [](auto lanes, auto v) { return absolute(lanes, v); }));
+    }
+}
+
+// ---- rounding with saturation --------------------------------------------------------------
+
+/// Float lanes rounded half away from zero and saturated to To's limits, NaN
+/// giving 0; float outputs unchanged. The same results as the portable
+/// kernel's comparisons in double: 8- and 16-bit limits are exact floats, and a
+/// float above 2147483647 is at least 2^31.
+template <class To, class T>
+inline Block<To> roundAndSaturate(const Block<T>& s) {
+    static_assert(isFloatLane<T>);
+    if constexpr (isFloatLane<To>) {
+        return s;
+    } else {
+        const Block<T> y = lanewise(s, [](auto lanes, auto x) { return addHalfAwayFromZero(lanes, zeroNaN(lanes, x)); });
+        constexpr float lo = static_cast<float>(image::NumericLimits<To>::s_min);
+        if constexpr (sizeof(To) == 4) {
+            Block<To> r;
+#pragma GCC unroll 4
+            for (int j = 0; j < Block<To>::s_regs; ++j) {
+                const auto clamped = maximum(LaneTag<T>{}, y.r[j], broadcast(LaneTag<T>{}, lo));
+                if constexpr (std::is_signed_v<To>) {
+                    r.r[j] = truncateSaturated(LaneTag<T>{}, clamped);
+                } else {
+                    r.r[j] = truncateToUInt32(LaneTag<T>{}, clamped);
+                }
+            }
+            return r;
+        } else {
+            constexpr float hi = static_cast<float>(image::NumericLimits<To>::s_max);
+            return narrow<To>(truncate(lanewise(y, [](auto lanes, auto x) {
+                return minimum(lanes, maximum(lanes, x, broadcast(lanes, lo)), broadcast(lanes, hi));
+            })));
+        }
+    }
+}
+
 // ---- kernel loops -------------------------------------------------------------------------
 
 namespace families = imaproc::arithm::kernel::tags;
@@ -327,6 +460,29 @@ inline void vectorStep(families::FloatPairToPair, const Op& op, std::uint64_t i,
     const auto r = op.applyVector(load(a + i), load(b + i));
     store(c + i, r.first);
     store(d + i, r.second);
+/// Two inputs selected between in their comparison lanes: out = fromComparison<C>(op(a, b)).
+template <class Op, class A, class B, class C>
+inline void vectorStep(families::BinaryInComparisonType, const Op& op, std::uint64_t i, const A* a, const B* b,
+                       C* c) {
+    using KA = ComparisonLaneT<A, B, C>;
+    using KB = ComparisonLaneT<B, A, C>;
+    store(c + i, fromComparison<C>(op.applyVector(widen<KA>(load(a + i)), widen<KB>(load(b + i)))));
+}
+
+/// Two inputs in float; the operation converts to the output type.
+template <class Op, class A, class B, class C>
+inline void vectorStep(families::BinaryInFloat, const Op& op, std::uint64_t i, const A* a, const B* b, C* c) {
+    store(c + i, op.template applyVector<C>(widen<float>(load(a + i)), widen<float>(load(b + i))));
+}
+
+/// Four inputs in float, two results (a pair of float blocks), each converted.
+template <class Op, class A, class B, class C>
+inline void vectorStep(families::ComplexPairInFloat, const Op& op, std::uint64_t i, const A* a, const A* b,
+                       const B* c, const B* d, C* first, C* second) {
+    const auto r = op.applyVector(widen<float>(load(a + i)), widen<float>(load(b + i)), widen<float>(load(c + i)),
+                                  widen<float>(load(d + i)));
+    store(first + i, convert<C>(r.first));
+    store(second + i, convert<C>(r.second));
 }
 
 #include "../StripBinding.inc"

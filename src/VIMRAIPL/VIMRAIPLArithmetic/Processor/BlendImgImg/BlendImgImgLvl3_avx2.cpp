@@ -1,0 +1,4 @@
+#include "../../Kernel/Simd/Avx2Kernels.h"
+#include "BlendImgImgArithmetic.h"
+
+VIMRA_ARITHM_ISA_KERNELS(BlendImgImg)

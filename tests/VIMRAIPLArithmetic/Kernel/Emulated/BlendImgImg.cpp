@@ -1,0 +1,5 @@
+#include "EmulatedAvx512.h"
+
+#include <Processor/BlendImgImg/BlendImgImgArithmetic.h>
+
+VIMRA_TEST_EMULATED_KERNELS(BlendImgImg)
