@@ -18,7 +18,8 @@ namespace {
 
 const std::vector<std::string>& operations() {
     static const std::vector<std::string> ops = {"AbsImg", "AddImgImg", "DivideImgImg", "MultiplyImgImg",
-                                                 "SubtractImgImg"};
+                                                 "SubtractImgImg",
+                                                 "Formula2dImg", "Formula3dImg"};
     return ops;
 }
 
