@@ -96,6 +96,11 @@ constexpr processor::KernelSignature formulaSignature() {
     return s;
 }
 
+/// Constant data, so that a static initialiser compiled for a wider set only
+/// passes its address (no vector stores before the processor is checked).
+template <eInstructionSet::domain S>
+inline constexpr processor::KernelSignature s_formulaSignature = formulaSignature<S>();
+
 template <class Lvl3>
 processor::AlgorithmFunctionSelector& functionSelectorOf();
 
@@ -108,7 +113,7 @@ processor::AlgorithmFunctionSelector& functionSelectorOf();
     namespace {                                                                                             \
     const ::vimra::processor::KernelTableRegistration g_##Op##Kernels(                                      \
         &kernel::functionSelectorOf<Op##Lvl3>, Set, kernel::s_formulaKernels<Set>.data(),                   \
-        kernel::formulaSignature<Set>());                                                                        \
+        kernel::s_formulaSignature<Set>);                                                                        \
     }                                                                                                       \
     }
 
@@ -123,6 +128,6 @@ processor::AlgorithmFunctionSelector& functionSelectorOf();
         (processor::registerFunctionSelector(Op##Lvl3::getTypeName(), Op##Lvl3::retrieveFunctionSelector()), \
          &Op##Lvl3::retrieveFunctionSelector),                                                              \
         eInstructionSet::eStandard, kernel::s_formulaKernels<eInstructionSet::eStandard>.data(),            \
-        kernel::formulaSignature<eInstructionSet::eStandard>());                                            \
+        kernel::s_formulaSignature<eInstructionSet::eStandard>);                                            \
     }                                                                                                       \
     }
