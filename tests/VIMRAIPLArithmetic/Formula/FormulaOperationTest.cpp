@@ -17,10 +17,10 @@
 
 using namespace vimra;
 using namespace formula_test;
-using imaproc::arithm::FormulaInOptImages;
 using image::ConstImagePtr;
 using image::Image;
 using image::ImagePtr;
+using imaproc::arithm::FormulaInOptImages;
 
 namespace arithm = vimra::imaproc::arithm;
 
@@ -33,19 +33,19 @@ const std::vector<BorderPolicy>& borders() {
     return b;
 }
 
-constexpr eImageBufferType::domain s_plainTypes[] = {eImageBufferType::eInt8,  eImageBufferType::eUInt8,
-                                                     eImageBufferType::eInt16, eImageBufferType::eUInt16,
-                                                     eImageBufferType::eInt32, eImageBufferType::eUInt32,
-                                                     eImageBufferType::eFloat};
+constexpr eImageBufferType::domain s_plainTypes[] = {
+    eImageBufferType::eInt8,   eImageBufferType::eUInt8, eImageBufferType::eInt16,
+    eImageBufferType::eUInt16, eImageBufferType::eInt32, eImageBufferType::eUInt32,
+    eImageBufferType::eFloat};
 
-ImagePtr random2d(eImageBufferType::domain t, std::uint64_t x, std::uint64_t y, std::mt19937& rng, int lo = 0,
-                  int hi = 100) {
+ImagePtr random2d(eImageBufferType::domain t, std::uint64_t x, std::uint64_t y, std::mt19937& rng,
+                  int lo = 0, int hi = 100) {
     ImagePtr img = Image::create2d(t, x, y);
     fillRandom(*img, rng, lo, hi);
     return img;
 }
-ImagePtr random3d(eImageBufferType::domain t, std::uint64_t x, std::uint64_t y, std::uint64_t z, std::mt19937& rng,
-                  int lo = 0, int hi = 100) {
+ImagePtr random3d(eImageBufferType::domain t, std::uint64_t x, std::uint64_t y, std::uint64_t z,
+                  std::mt19937& rng, int lo = 0, int hi = 100) {
     ImagePtr img = Image::create3d(t, x, y, z);
     fillRandom(*img, rng, lo, hi);
     return img;
@@ -54,8 +54,8 @@ ImagePtr random3d(eImageBufferType::domain t, std::uint64_t x, std::uint64_t y, 
 /// Runs a prepared level-1 formula processor with strips of about `stripElements`
 /// elements on at most `workers` threads (0: no cap), never on the caller's thread only.
 template <class Lvl1>
-void runCut(const std::string& f, const FormulaInOptImages& images, const BorderPolicy& border, const ImagePtr& out,
-            std::uint64_t stripElements = 32768, unsigned workers = 0) {
+void runCut(const std::string& f, const FormulaInOptImages& images, const BorderPolicy& border,
+            const ImagePtr& out, std::uint64_t stripElements = 32768, unsigned workers = 0) {
     const auto b = boost::make_shared<const BorderPolicy>(border);
     auto p = arithm::entry::prepareFormula<Lvl1>(f, images, &b, &out);
     processor::ProcessorDispatchPolicy policy = p->getDispatchPolicy();
@@ -112,7 +112,9 @@ TEST(Formula2dImg, NeighboursAtEveryBorderUnderEveryPolicyForEveryInputType) {
             ImagePtr out = Image::create2d(eImageBufferType::eFloat, 11, 7);
             runCut<arithm::Formula2dImgLvl1>(f, greys(in), border, out);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t y, std::int64_t) {
-                auto r = [&](int dx, int dy) { return read(*in, Kind::eGrey, border, x + dx, y + dy); };
+                auto r = [&](int dx, int dy) {
+                    return read(*in, Kind::eGrey, border, x + dx, y + dy);
+                };
                 return (r(-1, 0) + r(1, 0) + r(0, -1) + r(0, 1)) / 4 + r(-2, -3) - 2 * r(3, 2);
             }));
         }
@@ -128,7 +130,9 @@ TEST(Formula3dImg, NeighboursAtEveryBorderUnderEveryPolicy) {
             ImagePtr out = Image::create3d(eImageBufferType::eFloat, 6, 5, 7);
             runCut<arithm::Formula3dImgLvl1>(f, greys(in), border, out, 60);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t y, std::int64_t z) {
-                auto r = [&](int dx, int dy, int dz) { return read(*in, Kind::eGrey, border, x + dx, y + dy, z + dz); };
+                auto r = [&](int dx, int dy, int dz) {
+                    return read(*in, Kind::eGrey, border, x + dx, y + dy, z + dz);
+                };
                 return r(0, 0, -1) + r(0, 0, 2) + r(-1, 0, 0) + 2 * r(0, 1, 0) - r(1, -1, 1);
             }));
         }
@@ -137,8 +141,8 @@ TEST(Formula3dImg, NeighboursAtEveryBorderUnderEveryPolicy) {
 TEST(Formula2dImg, BinaryAndLabelInputsReadFalseAndZeroOutsideUnderAConstantPolicy) {
     std::mt19937 rng(13);
     const std::string f = "B1 ? L1 * 2 + I1[0,-1] : L2[1,0] - B2[0,-1] + I1[-1,0]";
-    for (auto labelType : {eImageBufferType::eLabel16, eImageBufferType::eLabel32, eImageBufferType::eUInt16,
-                           eImageBufferType::eUInt32})
+    for (auto labelType : {eImageBufferType::eLabel16, eImageBufferType::eLabel32,
+                           eImageBufferType::eUInt16, eImageBufferType::eUInt32})
         for (const BorderPolicy& border : {BorderPolicy::constant(5), BorderPolicy::periodic()}) {
             SCOPED_TRACE(describe(border) + ", label " + image::bufferTypeName(labelType));
             ImagePtr grey = random2d(eImageBufferType::eInt16, 9, 6, rng, -50, 50);
@@ -156,8 +160,10 @@ TEST(Formula2dImg, BinaryAndLabelInputsReadFalseAndZeroOutsideUnderAConstantPoli
             runCut<arithm::Formula2dImgLvl1>(f, images, border, out);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t y, std::int64_t) {
                 if (read(*bin1, Kind::eBinary, border, x, y) != 0)
-                    return read(*lab1, Kind::eLabel, border, x, y) * 2 + read(*grey, Kind::eGrey, border, x, y - 1);
-                return read(*lab2, Kind::eLabel, border, x + 1, y) - read(*bin2, Kind::eBinary, border, x, y - 1) +
+                    return read(*lab1, Kind::eLabel, border, x, y) * 2 +
+                           read(*grey, Kind::eGrey, border, x, y - 1);
+                return read(*lab2, Kind::eLabel, border, x + 1, y) -
+                       read(*bin2, Kind::eBinary, border, x, y - 1) +
                        read(*grey, Kind::eGrey, border, x - 1, y);
             }));
         }
@@ -173,8 +179,8 @@ TEST(Formula2dImg, ResultDoesNotDependOnStripHeightOrThreadCount) {
         for (unsigned workers : {1u, 2u}) {
             SCOPED_TRACE("strip " + std::to_string(strip) + ", workers " + std::to_string(workers));
             ImagePtr out = Image::create2d(eImageBufferType::eFloat, 33, 67);
-            runCut<arithm::Formula2dImgLvl1>("x + 1000 * y + I1[0,-2] - I1[0,3] + width * height", greys(in), border, out,
-                                             strip, workers);
+            runCut<arithm::Formula2dImgLvl1>("x + 1000 * y + I1[0,-2] - I1[0,3] + width * height",
+                                             greys(in), border, out, strip, workers);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t y, std::int64_t) {
                 return x + 1000.0 * y + read(*in, Kind::eGrey, border, x, y - 2) -
                        read(*in, Kind::eGrey, border, x, y + 3) + 33.0 * 67.0;
@@ -190,8 +196,9 @@ TEST(Formula3dImg, ResultDoesNotDependOnStripDepthOrThreadCount) {
         for (unsigned workers : {1u, 2u}) {
             SCOPED_TRACE("strip " + std::to_string(strip) + ", workers " + std::to_string(workers));
             ImagePtr out = Image::create3d(eImageBufferType::eFloat, 9, 7, 13);
-            runCut<arithm::Formula3dImgLvl1>("x + 100 * y + 10000 * z + I1[0,0,-2] - I1[1,1,3] + depth", greys(in), border,
-                                             out, strip, workers);
+            runCut<arithm::Formula3dImgLvl1>(
+                "x + 100 * y + 10000 * z + I1[0,0,-2] - I1[1,1,3] + depth", greys(in), border, out,
+                strip, workers);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t y, std::int64_t z) {
                 return x + 100.0 * y + 10000.0 * z + read(*in, Kind::eGrey, border, x, y, z - 2) -
                        read(*in, Kind::eGrey, border, x + 1, y + 1, z + 3) + 13.0;
@@ -213,10 +220,27 @@ TEST(Formula2dImg, PlanesOfAVolumeAreProcessedAsSeparateImages) {
 // ---- conversion of the value ------------------------------------------------------------------
 
 TEST(Formula2dImg, NumericResultsRoundHalfAwayAndWrapIdenticallyOnEverySet) {
-    const float values[] = {300.4f, -2.5f, 2.5f, 0.5f, -0.5f, 0.49999997f, -0.49999997f, 1.5f, 65535.5f,
-                            -129.5f, 1e10f, -1e10f, 2147483520.0f, -2147483648.0f, 3e9f,
-                            std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity(), 127.5f, -128.5f, 4294967040.0f};
+    const float values[] = {300.4f,
+                            -2.5f,
+                            2.5f,
+                            0.5f,
+                            -0.5f,
+                            0.49999997f,
+                            -0.49999997f,
+                            1.5f,
+                            65535.5f,
+                            -129.5f,
+                            1e10f,
+                            -1e10f,
+                            2147483520.0f,
+                            -2147483648.0f,
+                            3e9f,
+                            std::numeric_limits<float>::quiet_NaN(),
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(),
+                            127.5f,
+                            -128.5f,
+                            4294967040.0f};
     const std::uint64_t n = std::size(values);
     ImagePtr in = Image::create2d(eImageBufferType::eFloat, n, 3);
     for (std::uint64_t y = 0; y < 3; ++y)
@@ -225,7 +249,8 @@ TEST(Formula2dImg, NumericResultsRoundHalfAwayAndWrapIdenticallyOnEverySet) {
         ForcedSet<arithm::Formula2dImgLvl3> forced(set);
         for (int t = image::eImageBufferType::s_first; t <= image::eImageBufferType::s_last; ++t) {
             const auto type = static_cast<eImageBufferType::domain>(t);
-            SCOPED_TRACE(std::string("set ") + std::to_string(set) + ", output " + image::bufferTypeName(type));
+            SCOPED_TRACE(std::string("set ") + std::to_string(set) + ", output " +
+                         image::bufferTypeName(type));
             ImagePtr out = Image::create2d(type, n, 3);
             arithm::formula2dImg("I1", greys(in), out);
             EXPECT_TRUE(matches(*out, [&](std::int64_t x, std::int64_t, std::int64_t) {
@@ -273,7 +298,8 @@ void expectEverySetLikeThePortableKernel(const std::string& f, const FormulaInOp
         d.bufferType = static_cast<eImageBufferType::domain>(t);
         std::vector<unsigned char> portable;
         for (auto set : usableSets()) {
-            SCOPED_TRACE(std::string("set ") + std::to_string(set) + ", output " + image::bufferTypeName(d.bufferType));
+            SCOPED_TRACE(std::string("set ") + std::to_string(set) + ", output " +
+                         image::bufferTypeName(d.bufferType));
             ForcedSet<Lvl3> forced(set);
             ImagePtr out = Image::create(d);
             runCut<Lvl1>(f, images, BorderPolicy::mirror(), out, 500);
@@ -292,7 +318,8 @@ TEST(Formula2dImg, EveryInstructionSetGivesThePortableKernelsBits) {
     images.Grey2 = random2d(eImageBufferType::eFloat, 45, 23, rng, -300, 300);
     images.Label1 = random2d(eImageBufferType::eLabel32, 45, 23, rng, 0, 5);
     expectEverySetLikeThePortableKernel<arithm::Formula2dImgLvl1, arithm::Formula2dImgLvl3>(
-        "sin(I1 * 0.37) * exp(-abs(I2) * 0.01) * 300 + sqrt(abs(I1[1,1] - I2[-1,0])) + map(L1, {1: 7, 2..3: -9})",
+        "sin(I1 * 0.37) * exp(-abs(I2) * 0.01) * 300 + sqrt(abs(I1[1,1] - I2[-1,0])) + map(L1, {1: "
+        "7, 2..3: -9})",
         images, images.Grey1->getDescription());
 }
 
@@ -302,15 +329,18 @@ TEST(Formula3dImg, EveryInstructionSetGivesThePortableKernelsBits) {
     images.Grey1 = random3d(eImageBufferType::eInt16, 19, 6, 5, rng, -300, 300);
     images.Binary1 = random3d(eImageBufferType::eBinary, 19, 6, 5, rng, 0, 1);
     expectEverySetLikeThePortableKernel<arithm::Formula3dImgLvl1, arithm::Formula3dImgLvl3>(
-        "B1[0,0,1] ? cos(I1[0,0,-1] * 0.1) * 1000 : I1 / 3 + z", images, images.Grey1->getDescription());
+        "B1[0,0,1] ? cos(I1[0,0,-1] * 0.1) * 1000 : I1 / 3 + z", images,
+        images.Grey1->getDescription());
 }
 
 TEST(FormulaKernels, NinetyEightCombinationsAreRegisteredPerUsableSet) {
-    for (const char* cls : {"vimra::imaproc::arithm::Formula2dImgLvl3", "vimra::imaproc::arithm::Formula3dImgLvl3"}) {
+    for (const char* cls :
+         {"vimra::imaproc::arithm::Formula2dImgLvl3", "vimra::imaproc::arithm::Formula3dImgLvl3"}) {
         processor::AlgorithmFunctionSelector* selector = processor::findFunctionSelector(cls);
         ASSERT_NE(selector, nullptr) << cls;
         // 11 input buffer types x 4 label buffer types x 11 output buffer types over 98 kernels.
-        for (auto set : usableSets()) EXPECT_EQ(selector->countRegistrations(set), 11u * 4u * 11u) << cls;
+        for (auto set : usableSets())
+            EXPECT_EQ(selector->countRegistrations(set), 11u * 4u * 11u) << cls;
         EXPECT_EQ(selector->countRegistrations(eInstructionSet::eAVX), 0u) << cls;
     }
 }
@@ -351,7 +381,8 @@ TEST(Formula2dImg, ConstantsOnlyNeedInputZeroForTheirGeometry) {
         arithm::formula2dImg("1.5 + 2", {});
         FAIL() << "a constant formula without input 0 cannot create its output";
     } catch (const std::exception& e) {
-        EXPECT_NE(std::string(e.what()).find("Image formula {1.5 + 2} should be based at least on an input image"),
+        EXPECT_NE(std::string(e.what()).find(
+                      "Image formula {1.5 + 2} should be based at least on an input image"),
                   std::string::npos)
             << e.what();
     }
@@ -364,7 +395,8 @@ TEST(Formula2dImg, AsyncFormsAndBorderFormGiveTheSynchronousResults) {
     ImagePtr sync = Image::create2d(eImageBufferType::eFloat, 300, 300);
     arithm::formula2dImg("I1[-1,0] + I1[0,1]", greys(in), border, sync);
     EXPECT_TRUE(matches(*sync, [&](std::int64_t x, std::int64_t y, std::int64_t) {
-        return read(*in, Kind::eGrey, *border, x - 1, y) + read(*in, Kind::eGrey, *border, x, y + 1);
+        return read(*in, Kind::eGrey, *border, x - 1, y) +
+               read(*in, Kind::eGrey, *border, x, y + 1);
     }));
     auto run = arithm::formula2dImg_async("I1[-1,0] + I1[0,1]", greys(in));
     run->wait();
@@ -380,7 +412,8 @@ TEST(Formula2dImg, AsyncFormsAndBorderFormGiveTheSynchronousResults) {
     ImagePtr volume = Image::create3d(eImageBufferType::eFloat, 4, 4, 4);
     auto run3d = arithm::formula3dImg_async("z", {}, volume);
     run3d->wait();
-    EXPECT_TRUE(matches(*volume, [](std::int64_t, std::int64_t, std::int64_t z) { return double(z); }));
+    EXPECT_TRUE(
+        matches(*volume, [](std::int64_t, std::int64_t, std::int64_t z) { return double(z); }));
 }
 
 TEST(Formula2dImg, AnOutputThatIsAlsoAnInputIsComputedInPlaceWithoutOffsets) {
@@ -422,7 +455,8 @@ TEST(Formula2dImg, RefusalsNameTheFaultAndLeaveTheOutputUntouched) {
         {"unset image read", "I1 + I2", onlyFirst, false, "E_UNBOUND_INPUT"},
         {"sizes differ", "I1 + I2", mixedSizes, false, "differ"},
         {"grey types differ", "I1 + I2", mixedTypes, false, "InOptImg2"},
-        {"aliased output read at an offset", "I1[1,0] + I1", onlyFirst, true, "E_ALIAS_WITH_OFFSETS"},
+        {"aliased output read at an offset", "I1[1,0] + I1", onlyFirst, true,
+         "E_ALIAS_WITH_OFFSETS"},
         {"invalid formula", "I1 +", onlyFirst, false, "E_SYNTAX"},
         {"binary image of two bytes", "B1 ? I1 : 0", binary, false, "one-byte"},
         {"float label image", "L1", label, false, "label image"},
@@ -442,9 +476,11 @@ TEST(Formula2dImg, RefusalsNameTheFaultAndLeaveTheOutputUntouched) {
     }
     // A null border or output is refused before anything runs.
     ImagePtr out = Image::create2d(eImageBufferType::eFloat, 8, 6);
-    EXPECT_THROW(arithm::formula2dImg("I1", onlyFirst, boost::shared_ptr<const BorderPolicy>(), out),
+    EXPECT_THROW(
+        arithm::formula2dImg("I1", onlyFirst, boost::shared_ptr<const BorderPolicy>(), out),
+        processor::VIMRABaseProcessingException);
+    EXPECT_THROW(arithm::formula2dImg("I1", onlyFirst, ImagePtr()),
                  processor::VIMRABaseProcessingException);
-    EXPECT_THROW(arithm::formula2dImg("I1", onlyFirst, ImagePtr()), processor::VIMRABaseProcessingException);
 }
 
 TEST(Formula3dImg, RefusesATwoDimensionalFormulaItCannotReadAndDifferentDepths) {
@@ -454,26 +490,30 @@ TEST(Formula3dImg, RefusesATwoDimensionalFormulaItCannotReadAndDifferentDepths) 
     ImagePtr out = Image::create3d(eImageBufferType::eFloat, 4, 4, 3);
     out->fill(5);
     const auto before = bytesOf(*out);
-    EXPECT_THROW(arithm::formula3dImg("I1 + I2", greys(a, b), out), processor::VIMRABaseProcessingException);
-    EXPECT_THROW(arithm::formula2dImg("I1[0,0,1]", greys(a), out), processor::VIMRABaseProcessingException);
+    EXPECT_THROW(arithm::formula3dImg("I1 + I2", greys(a, b), out),
+                 processor::VIMRABaseProcessingException);
+    EXPECT_THROW(arithm::formula2dImg("I1[0,0,1]", greys(a), out),
+                 processor::VIMRABaseProcessingException);
     EXPECT_TRUE(before == bytesOf(*out));
 }
 
 // ---- tiles of a larger image ------------------------------------------------------------------
 
 TEST(FormulaImageEvaluator, AnOriginShiftsTheCoordinatesButNotTheReads) {
-    const formula::FormulaCompileResult compiled = formula::compileFormula("x + 1000 * y + I1[-1,0]");
+    const formula::FormulaCompileResult compiled =
+        formula::compileFormula("x + 1000 * y + I1[-1,0]");
     ASSERT_TRUE(compiled.ok());
     const float pixels[3][4] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}};
     std::array<formula::FormulaImageView, formula::kImageCount> views{};
     views[0] = {pixels, formula::eFormulaElementType::eFloat, 4, 3, 1, 4, 12};
     for (auto set : usableSets()) {
-        formula::FormulaImageEvaluator evaluator(compiled.Manager, set, views, BorderPolicy::constant(-5),
-                                                 {4, 3, 1});
+        formula::FormulaImageEvaluator evaluator(compiled.Manager, set, views,
+                                                 BorderPolicy::constant(-5), {4, 3, 1});
         ASSERT_TRUE(evaluator.status()) << evaluator.status().Message;
         float out[4] = {};
         ASSERT_TRUE(evaluator.evaluateRow({100, 200, 0}, 0, 1, 0, 4, out, nullptr));
         for (int x = 0; x < 4; ++x)
-            EXPECT_EQ(out[x], 100.0f + x + 1000.0f * 201 + (x == 0 ? -5.0f : pixels[1][x - 1])) << "set " << set;
+            EXPECT_EQ(out[x], 100.0f + x + 1000.0f * 201 + (x == 0 ? -5.0f : pixels[1][x - 1]))
+                << "set " << set;
     }
 }

@@ -47,8 +47,8 @@ inline std::int64_t borderIndex(const BorderPolicy& b, std::int64_t i, std::int6
 enum class Kind { eGrey, eBinary, eLabel };
 
 /// Pixel (x, y, z) of `img` as the formula sees it, reading outside through `b`.
-inline double read(const BaseImage& img, Kind kind, const BorderPolicy& b, std::int64_t x, std::int64_t y,
-                   std::int64_t z = 0) {
+inline double read(const BaseImage& img, Kind kind, const BorderPolicy& b, std::int64_t x,
+                   std::int64_t y, std::int64_t z = 0) {
     const std::int64_t xi = borderIndex(b, x, static_cast<std::int64_t>(img.getSizeX()));
     const std::int64_t yi = borderIndex(b, y, static_cast<std::int64_t>(img.getSizeY()));
     const std::int64_t zi = borderIndex(b, z, static_cast<std::int64_t>(img.getSizeZ()));
@@ -72,12 +72,18 @@ inline double storedNumeric(float v, eImageBufferType::domain t) {
     }
     const auto bits = static_cast<std::uint32_t>(static_cast<std::int32_t>(r));
     switch (vimra::image::elementIndex(t)) {
-        case 0: return static_cast<std::int8_t>(bits & 0xffu);
-        case 1: return bits & 0xffu;
-        case 2: return static_cast<std::int16_t>(bits & 0xffffu);
-        case 3: return bits & 0xffffu;
-        case 4: return static_cast<std::int32_t>(bits);
-        default: return bits;
+        case 0:
+            return static_cast<std::int8_t>(bits & 0xffu);
+        case 1:
+            return bits & 0xffu;
+        case 2:
+            return static_cast<std::int16_t>(bits & 0xffffu);
+        case 3:
+            return bits & 0xffffu;
+        case 4:
+            return static_cast<std::int32_t>(bits);
+        default:
+            return bits;
     }
 }
 
@@ -90,17 +96,19 @@ inline void fillRandom(BaseImage& img, std::mt19937& rng, int lo, int hi) {
 }
 
 /// Every pixel of `img` equals `expected(x, y, z)`; reports the first difference.
-inline ::testing::AssertionResult matches(const BaseImage& img,
-                                          const std::function<double(std::int64_t, std::int64_t, std::int64_t)>& expected) {
+inline ::testing::AssertionResult matches(
+    const BaseImage& img,
+    const std::function<double(std::int64_t, std::int64_t, std::int64_t)>& expected) {
     for (std::uint64_t z = 0; z < img.getSizeZ(); ++z)
         for (std::uint64_t y = 0; y < img.getSizeY(); ++y)
             for (std::uint64_t x = 0; x < img.getSizeX(); ++x) {
-                const double want = expected(static_cast<std::int64_t>(x), static_cast<std::int64_t>(y),
-                                             static_cast<std::int64_t>(z));
+                const double want =
+                    expected(static_cast<std::int64_t>(x), static_cast<std::int64_t>(y),
+                             static_cast<std::int64_t>(z));
                 const double got = img.getValue(x, y, z);
                 if (!(got == want || (std::isnan(got) && std::isnan(want))))
-                    return ::testing::AssertionFailure()
-                           << "at (" << x << ", " << y << ", " << z << "): got " << got << ", want " << want;
+                    return ::testing::AssertionFailure() << "at (" << x << ", " << y << ", " << z
+                                                         << "): got " << got << ", want " << want;
             }
     return ::testing::AssertionSuccess();
 }

@@ -22,15 +22,16 @@ constexpr const char* s_context = "void OutputFormula::updateFormulaAnalysis() c
 
 /// A formula attribute and nine image attributes, as a level-1 formula algorithm holds them.
 struct Attributes {
-    boost::shared_ptr<imaproc::attr::InImageFormula2d> formula = boost::make_shared<imaproc::attr::InImageFormula2d>();
+    boost::shared_ptr<imaproc::attr::InImageFormula2d> formula =
+        boost::make_shared<imaproc::attr::InImageFormula2d>();
     std::array<boost::shared_ptr<processor::BaseInputImageAttribute>, 9> images;
 
     Attributes() {
         for (auto& a : images) a = boost::make_shared<imaproc::attr::InOptImg1>();
     }
     boost::shared_ptr<processor::BaseCustomImageInfo> info() const {
-        return arithm::outputFormula(formula, images[0], images[1], images[2], images[3], images[4], images[5],
-                                     images[6], images[7], images[8]);
+        return arithm::outputFormula(formula, images[0], images[1], images[2], images[3], images[4],
+                                     images[5], images[6], images[7], images[8]);
     }
 };
 
@@ -71,9 +72,9 @@ TEST(OutputFormula, BufferTypeIsBinaryForALogicalResultAndFloatOtherwise) {
     at.images[0]->setValue(Image::create2d(eImageBufferType::eUInt8, 4, 4));
     at.images[3]->setValue(Image::create2d(eImageBufferType::eBinary, 4, 4));
     const std::pair<const char*, eImageBufferType::domain> cases[] = {
-        {"I1 > 1", eImageBufferType::eBinary},  {"B1 && I1 < 3", eImageBufferType::eBinary},
-        {"I1 + 1", eImageBufferType::eFloat},   {"B1 * 1", eImageBufferType::eFloat},
-        {"true", eImageBufferType::eBinary},    {"round(I1)", eImageBufferType::eFloat}};
+        {"I1 > 1", eImageBufferType::eBinary}, {"B1 && I1 < 3", eImageBufferType::eBinary},
+        {"I1 + 1", eImageBufferType::eFloat},  {"B1 * 1", eImageBufferType::eFloat},
+        {"true", eImageBufferType::eBinary},   {"round(I1)", eImageBufferType::eFloat}};
     for (const auto& [f, type] : cases) {
         SCOPED_TRACE(f);
         at.formula->setValue(f);
@@ -111,20 +112,23 @@ TEST(OutputFormula, FailuresCarryTheExactTextsAndTheAnalysisContext) {
     at.formula->setValue("I1 +");
     auto invalid = at.info();
     expectFailure(static_cast<const arithm::OutputFormula&>(*invalid),
-                  "Input image formula I1 + is not valid, can't extract result type from formula and initialize "
+                  "Input image formula I1 + is not valid, can't extract result type from formula "
+                  "and initialize "
                   "associated output image\n" +
                       validatorText("I1 +"));
 
     at.images[0]->clear();
     at.formula->setValue("2");
     auto constant = at.info();
-    expectFailure(static_cast<const arithm::OutputFormula&>(*constant),
-                  "Image formula {2} should be based at least on an input image if automatic output image "
-                  "initialization is requested");
+    expectFailure(
+        static_cast<const arithm::OutputFormula&>(*constant),
+        "Image formula {2} should be based at least on an input image if automatic output image "
+        "initialization is requested");
 
     auto orphan = at.info();
     at.formula.reset();
-    expectFailure(static_cast<const arithm::OutputFormula&>(*orphan), "Input attribute should not be null");
+    expectFailure(static_cast<const arithm::OutputFormula&>(*orphan),
+                  "Input attribute should not be null");
 }
 
 TEST(OutputFormula, AReleasedImageAttributeIsReportedByTheFramework) {

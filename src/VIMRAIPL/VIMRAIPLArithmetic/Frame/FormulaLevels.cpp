@@ -15,14 +15,16 @@ using formula::eFormulaImageKind;
 using formula::imageKindOf;
 using image::eImageBufferType;
 
-bool isOneByte(eImageBufferType::domain t) { return image::getImageBufferBaseSize(t) == 1; }
+bool isOneByte(eImageBufferType::domain t) {
+    return image::getImageBufferBaseSize(t) == 1;
+}
 bool isLabelStorage(eImageBufferType::domain t) {
     const int e = image::elementIndex(t);
     return e == 3 || e == 5;
 }
 
 class FormulaImagesRule final : public processor::BaseRule {
-public:
+  public:
     FormulaImagesRule(boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
                       std::array<processor::ImageAttributeRef, formula::kImageCount> images,
                       processor::ImageAttributeRef output)
@@ -30,14 +32,17 @@ public:
 
     BoolResult check() const override {
         const auto f = m_formula.lock();
-        if (!f) return BoolResult::failure("matchFormulaWithImages: the formula attribute has expired");
+        if (!f)
+            return BoolResult::failure("matchFormulaWithImages: the formula attribute has expired");
         if (!f->isSet()) return BoolResult::failure("matchFormulaWithImages: no formula is set");
         const auto out = m_output.lock();
         const image::BaseImage* outImage = out ? out->getImage() : nullptr;
         std::uint16_t bound = 0, aliases = 0;
         for (unsigned id = 0; id < formula::kImageCount; ++id) {
             const auto a = m_images[id].lock();
-            if (!a) return BoolResult::failure("matchFormulaWithImages: an image attribute has expired");
+            if (!a)
+                return BoolResult::failure(
+                    "matchFormulaWithImages: an image attribute has expired");
             const image::BaseImage* img = a->getImage();
             if (!img) continue;
             bound |= static_cast<std::uint16_t>(1u << id);
@@ -48,17 +53,19 @@ public:
             if (imageKindOf(id) == eFormulaImageKind::eLabel && !isLabelStorage(t))
                 return unsuited(*a, *img, "a label image needs unsigned 16- or 32-bit elements");
         }
-        const formula::FormulaValidation v = f->validateFormula(bound, formula::eFormulaResultKind::eAny, aliases);
+        const formula::FormulaValidation v =
+            f->validateFormula(bound, formula::eFormulaResultKind::eAny, aliases);
         if (v) return BoolResult::success();
         return BoolResult::failure("matchFormulaWithImages: formula \"" + f->getFormulaStr() +
                                    "\" does not suit the images set:\n" + v.Diagnostic);
     }
     std::string describe() const override { return "matchFormulaWithImages"; }
 
-private:
-    static BoolResult unsuited(const processor::BaseImageAttribute& a, const image::BaseImage& img, const char* why) {
-        return BoolResult::failure((boost::format("matchFormulaWithImages: %s (%s): %s") % a.getName() %
-                                    img.getDescription().toString() % why)
+  private:
+    static BoolResult unsuited(const processor::BaseImageAttribute& a, const image::BaseImage& img,
+                               const char* why) {
+        return BoolResult::failure((boost::format("matchFormulaWithImages: %s (%s): %s") %
+                                    a.getName() % img.getDescription().toString() % why)
                                        .str());
     }
 
@@ -69,15 +76,18 @@ private:
 
 }  // namespace
 
-processor::RulePtr matchFormulaWithImages(boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
-                                          std::array<processor::ImageAttributeRef, formula::kImageCount> images,
-                                          processor::ImageAttributeRef output) {
-    return boost::make_shared<FormulaImagesRule>(std::move(formula), std::move(images), std::move(output));
+processor::RulePtr matchFormulaWithImages(
+    boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
+    std::array<processor::ImageAttributeRef, formula::kImageCount> images,
+    processor::ImageAttributeRef output) {
+    return boost::make_shared<FormulaImagesRule>(std::move(formula), std::move(images),
+                                                 std::move(output));
 }
 
-processor::RulePtr formulaRule(boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
-                               const std::array<processor::ImageAttributeRef, formula::kImageCount>& images,
-                               processor::ImageAttributeRef output) {
+processor::RulePtr formulaRule(
+    boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
+    const std::array<processor::ImageAttributeRef, formula::kImageCount>& images,
+    processor::ImageAttributeRef output) {
     // Sizes: every set image and the output against each other.
     std::vector<processor::ImageAttributeRef> all(images.begin(), images.end());
     all.push_back(output);
@@ -105,10 +115,12 @@ struct FormulaStripJob::Cache {
         return a.Data == b.Data && a.Type == b.Type && a.SizeX == b.SizeX && a.SizeY == b.SizeY &&
                a.SizeZ == b.SizeZ && a.RowStride == b.RowStride && a.PlaneStride == b.PlaneStride;
     }
-    bool holds(eInstructionSet::domain set, const std::array<formula::FormulaImageView, formula::kImageCount>& images,
+    bool holds(eInstructionSet::domain set,
+               const std::array<formula::FormulaImageView, formula::kImageCount>& images,
                const FormulaStripJob& job) const {
         if (!Evaluator || Set != set || Manager != job.Manager || !(Border == job.Border) ||
-            Size.Width != job.Size.Width || Size.Height != job.Size.Height || Size.Depth != job.Size.Depth)
+            Size.Width != job.Size.Width || Size.Height != job.Size.Height ||
+            Size.Depth != job.Size.Depth)
             return false;
         for (unsigned i = 0; i < formula::kImageCount; ++i)
             if (!same(Images[i], images[i])) return false;
@@ -129,12 +141,18 @@ void widenLogical(const std::uint8_t* in, void* out, std::int64_t n) {
 
 void storeLogical(int element, const std::uint8_t* in, void* out, std::int64_t n) {
     switch (element) {
-        case 2: return widenLogical<short>(in, out, n);
-        case 3: return widenLogical<unsigned short>(in, out, n);
-        case 4: return widenLogical<int>(in, out, n);
-        case 5: return widenLogical<unsigned int>(in, out, n);
-        case 6: return widenLogical<float>(in, out, n);
-        default: return widenLogical<unsigned char>(in, out, n);
+        case 2:
+            return widenLogical<short>(in, out, n);
+        case 3:
+            return widenLogical<unsigned short>(in, out, n);
+        case 4:
+            return widenLogical<int>(in, out, n);
+        case 5:
+            return widenLogical<unsigned int>(in, out, n);
+        case 6:
+            return widenLogical<float>(in, out, n);
+        default:
+            return widenLogical<unsigned char>(in, out, n);
     }
 }
 
@@ -146,8 +164,8 @@ namespace kernel {
 
 processor::ProcessingResult<bool> runFormulaStrip(void* jobPtr, eInstructionSet::domain set,
                                                   formula::eFormulaElementType grey,
-                                                  formula::eFormulaElementType label, int outputElement,
-                                                  FormulaConvertFn convert) {
+                                                  formula::eFormulaElementType label,
+                                                  int outputElement, FormulaConvertFn convert) {
     FormulaStripJob& job = *static_cast<FormulaStripJob*>(jobPtr);
     std::array<formula::FormulaImageView, formula::kImageCount> images = job.Images;
     for (unsigned id = 0; id < formula::kImageCount; ++id) {
@@ -157,7 +175,8 @@ processor::ProcessingResult<bool> runFormulaStrip(void* jobPtr, eInstructionSet:
     if (!job.Evaluation) job.Evaluation = std::make_shared<FormulaStripJob::Cache>();
     FormulaStripJob::Cache& cache = *job.Evaluation;
     if (!cache.holds(set, images, job)) {
-        cache.Evaluator = std::make_unique<formula::FormulaImageEvaluator>(job.Manager, set, images, job.Border, job.Size);
+        cache.Evaluator = std::make_unique<formula::FormulaImageEvaluator>(job.Manager, set, images,
+                                                                           job.Border, job.Size);
         cache.Set = set;
         cache.Images = images;
         cache.Manager = job.Manager;
@@ -165,7 +184,8 @@ processor::ProcessingResult<bool> runFormulaStrip(void* jobPtr, eInstructionSet:
         cache.Size = job.Size;
     }
     formula::FormulaImageEvaluator& evaluator = *cache.Evaluator;
-    if (!evaluator.status()) return processor::ProcessingResult<bool>::failure(evaluator.status().Message);
+    if (!evaluator.status())
+        return processor::ProcessingResult<bool>::failure(evaluator.status().Message);
 
     const bool logical = job.Manager->getResultType() == formula::eImageFormulaResultType::eLogical;
     const std::size_t bytes = s_elementBytes[outputElement];
@@ -182,7 +202,8 @@ processor::ProcessingResult<bool> runFormulaStrip(void* jobPtr, eInstructionSet:
     }
     for (std::uint64_t p = 0; p < strip.planes; ++p)
         for (std::uint64_t r = 0; r < strip.rows; ++r) {
-            auto* row = static_cast<std::byte*>(job.Out) + (p * strip.planeStride + r * strip.sizeX) * bytes;
+            auto* row = static_cast<std::byte*>(job.Out) +
+                        (p * strip.planeStride + r * strip.sizeX) * bytes;
             const auto y = static_cast<std::int64_t>(strip.startY + r);
             const auto z = static_cast<std::int64_t>(strip.startZ + p);
             for (std::int64_t x = 0; x < width; x += piece) {
@@ -190,7 +211,8 @@ processor::ProcessingResult<bool> runFormulaStrip(void* jobPtr, eInstructionSet:
                 void* target = row + static_cast<std::size_t>(x) * bytes;
                 formula::FormulaEvalStatus s;
                 if (logical) {
-                    std::uint8_t* dst = direct ? static_cast<std::uint8_t*>(target) : cache.Logical.data();
+                    std::uint8_t* dst =
+                        direct ? static_cast<std::uint8_t*>(target) : cache.Logical.data();
                     s = evaluator.evaluateRow(job.Origin, x, y, z, n, nullptr, dst);
                     if (s && !direct) storeLogical(outputElement, dst, target, n);
                 } else {
@@ -219,8 +241,9 @@ formula::FormulaImageView formulaView(const image::KernelStripSource& source) {
     return v;
 }
 
-processor::DataTypeIdentifierColl formulaKernelKey(const std::array<const image::KernelStripSource*, 9>& inputs,
-                                                   image::eImageBufferType::domain output) {
+processor::DataTypeIdentifierColl formulaKernelKey(
+    const std::array<const image::KernelStripSource*, 9>& inputs,
+    image::eImageBufferType::domain output) {
     auto firstOf = [&](unsigned from, eImageBufferType::domain fallback) {
         for (unsigned id = from; id < from + 3; ++id)
             if (inputs[id]) return inputs[id]->type;

@@ -26,8 +26,8 @@ using FormulaConvertFn = void (*)(const float* in, void* out, std::size_t n);
 /// results through `convert`, logical ones as 0 and 1.
 processor::ProcessingResult<bool> runFormulaStrip(void* job, eInstructionSet::domain set,
                                                   formula::eFormulaElementType grey,
-                                                  formula::eFormulaElementType label, int outputElement,
-                                                  FormulaConvertFn convert);
+                                                  formula::eFormulaElementType label,
+                                                  int outputElement, FormulaConvertFn convert);
 
 /// A numeric result as an output element: float as it is; integers rounded half
 /// away from zero (exactly, without the float rounding of v + 0.5) into 32 bits,
@@ -54,7 +54,8 @@ void convertFormulaRow(const float* in, void* out, std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) o[i] = formulaOutputValue<TOut, S>(in[i]);
 }
 
-using FormulaElements = std::tuple<signed char, unsigned char, short, unsigned short, int, unsigned int, float>;
+using FormulaElements =
+    std::tuple<signed char, unsigned char, short, unsigned short, int, unsigned int, float>;
 
 template <class TIn, class TLab, class TOut, eInstructionSet::domain S>
 processor::ProcessingResult<bool> genericProcessFunction(const processor::KernelArgs& args) {
@@ -62,7 +63,8 @@ processor::ProcessingResult<bool> genericProcessFunction(const processor::Kernel
     constexpr int outputElement = image::elementIndex(image::BufferTypeOf<TOut>::value);
     constexpr formula::eFormulaElementType grey = formula::formulaElementTypeOf<TIn>();
     constexpr formula::eFormulaElementType label = formula::formulaElementTypeOf<TLab>();
-    return runFormulaStrip(args.context, S, grey, label, outputElement, &convertFormulaRow<TOut, S>);
+    return runFormulaStrip(args.context, S, grey, label, outputElement,
+                           &convertFormulaRow<TOut, S>);
 }
 
 /// The label parameter's domain: unsigned short and unsigned int (element indices 3 and 5).
@@ -71,10 +73,12 @@ inline constexpr std::size_t s_formulaKernelCount = 7 * 2 * 7;
 
 /// Input type outermost, then label, then output, as registration walks them.
 template <eInstructionSet::domain S, std::size_t... I>
-constexpr std::array<processor::AlgorithmFunction, sizeof...(I)> makeFormulaTable(std::index_sequence<I...>) {
-    return {&genericProcessFunction<std::tuple_element_t<I / 14, FormulaElements>,
-                                    std::conditional_t<(I / 7) % 2 == 0, unsigned short, unsigned int>,
-                                    std::tuple_element_t<I % 7, FormulaElements>, S>...};
+constexpr std::array<processor::AlgorithmFunction, sizeof...(I)> makeFormulaTable(
+    std::index_sequence<I...>) {
+    return {
+        &genericProcessFunction<std::tuple_element_t<I / 14, FormulaElements>,
+                                std::conditional_t<(I / 7) % 2 == 0, unsigned short, unsigned int>,
+                                std::tuple_element_t<I % 7, FormulaElements>, S>...};
 }
 
 template <eInstructionSet::domain S>
@@ -107,27 +111,28 @@ processor::AlgorithmFunctionSelector& functionSelectorOf();
 }  // namespace vimra::imaproc::arithm::kernel
 
 /// Registers the including file's kernels of instruction set `Set` for <Op>Lvl3.
-#define VIMRA_FORMULA_ISA_KERNELS(Op, Set)                                                                  \
-    namespace vimra::imaproc::arithm {                                                                      \
-    class Op##Lvl3;                                                                                         \
-    namespace {                                                                                             \
-    const ::vimra::processor::KernelTableRegistration g_##Op##Kernels(                                      \
-        &kernel::functionSelectorOf<Op##Lvl3>, Set, kernel::s_formulaKernels<Set>.data(),                   \
-        kernel::s_formulaSignature<Set>);                                                                        \
-    }                                                                                                       \
+#define VIMRA_FORMULA_ISA_KERNELS(Op, Set)                                                \
+    namespace vimra::imaproc::arithm {                                                    \
+    class Op##Lvl3;                                                                       \
+    namespace {                                                                           \
+    const ::vimra::processor::KernelTableRegistration g_##Op##Kernels(                    \
+        &kernel::functionSelectorOf<Op##Lvl3>, Set, kernel::s_formulaKernels<Set>.data(), \
+        kernel::s_formulaSignature<Set>);                                                 \
+    }                                                                                     \
     }
 
 /// The standard level-3 file of a formula operation: the class, its selector
 /// under the class's name, then its standard kernels.
-#define VIMRA_FORMULA_LEVEL3(Op)                                                                            \
-    namespace vimra::imaproc::arithm {                                                                      \
-    template processor::AlgorithmFunctionSelector& kernel::functionSelectorOf<Op##Lvl3>();                  \
-    namespace {                                                                                             \
-    const ClassRegistration<Op##Lvl3> g_##Op##Lvl3Registration;                                             \
-    const ::vimra::processor::KernelTableRegistration g_##Op##StandardKernels(                              \
-        (processor::registerFunctionSelector(Op##Lvl3::getTypeName(), Op##Lvl3::retrieveFunctionSelector()), \
-         &Op##Lvl3::retrieveFunctionSelector),                                                              \
-        eInstructionSet::eStandard, kernel::s_formulaKernels<eInstructionSet::eStandard>.data(),            \
-        kernel::s_formulaSignature<eInstructionSet::eStandard>);                                            \
-    }                                                                                                       \
+#define VIMRA_FORMULA_LEVEL3(Op)                                                                 \
+    namespace vimra::imaproc::arithm {                                                           \
+    template processor::AlgorithmFunctionSelector& kernel::functionSelectorOf<Op##Lvl3>();       \
+    namespace {                                                                                  \
+    const ClassRegistration<Op##Lvl3> g_##Op##Lvl3Registration;                                  \
+    const ::vimra::processor::KernelTableRegistration g_##Op##StandardKernels(                   \
+        (processor::registerFunctionSelector(Op##Lvl3::getTypeName(),                            \
+                                             Op##Lvl3::retrieveFunctionSelector()),              \
+         &Op##Lvl3::retrieveFunctionSelector),                                                   \
+        eInstructionSet::eStandard, kernel::s_formulaKernels<eInstructionSet::eStandard>.data(), \
+        kernel::s_formulaSignature<eInstructionSet::eStandard>);                                 \
+    }                                                                                            \
     }

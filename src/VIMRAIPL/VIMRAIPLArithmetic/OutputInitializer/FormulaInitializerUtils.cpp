@@ -27,9 +27,10 @@ template <class... Args>
 
 /// Builds OutputFormula objects: the only code allowed to initialise them.
 class OutputFormulaFactory {
-public:
-    static boost::shared_ptr<OutputFormula> make(OutputFormula::FormulaRef formula,
-                                                 std::array<OutputFormula::ImageRef, formula::kImageCount> images) {
+  public:
+    static boost::shared_ptr<OutputFormula> make(
+        OutputFormula::FormulaRef formula,
+        std::array<OutputFormula::ImageRef, formula::kImageCount> images) {
         auto info = boost::make_shared<OutputFormula>(std::move(formula), std::move(images));
         info->initBase();
         return info;
@@ -48,7 +49,8 @@ void OutputFormula::updateFormulaAnalysis() const {
     if (!formulaAttr) fail(__LINE__, eOutputInitializerMessage::eNullInputAttribute);
     const std::string& text = formulaAttr->getFormulaStr();
     const formula::FormulaValidation validation = formulaAttr->validateFormula();
-    if (!validation) fail(__LINE__, eOutputInitializerMessage::eInvalidFormula, text, validation.Diagnostic);
+    if (!validation)
+        fail(__LINE__, eOutputInitializerMessage::eInvalidFormula, text, validation.Diagnostic);
     const formula::ImageFormulaManagerPtr manager = formulaAttr->getImageFormulaManager();
     ++m_analyses;
     m_resultType = static_cast<std::uint64_t>(manager->getResultType());
@@ -76,14 +78,23 @@ const image::BaseImage& OutputFormula::getSelectedInputImage() const {
 
 image::eImageBufferType::domain OutputFormula::getImageBufferType() const {
     updateFormulaAnalysis();
-    return m_resultType == formula::eImageFormulaResultType::eLogical ? image::eImageBufferType::eBinary
-                                                                       : image::eImageBufferType::eFloat;
+    return m_resultType == formula::eImageFormulaResultType::eLogical
+               ? image::eImageBufferType::eBinary
+               : image::eImageBufferType::eFloat;
 }
 
-std::uint64_t OutputFormula::getSizeX() const { return getSelectedInputImage().getSizeX(); }
-std::uint64_t OutputFormula::getSizeY() const { return getSelectedInputImage().getSizeY(); }
-image::VolumeGeometry OutputFormula::getVolumeGeometry() const { return getSelectedInputImage().getVolumeGeometry(); }
-image::ColorGeometry OutputFormula::getColorGeometry() const { return getSelectedInputImage().getColorGeometry(); }
+std::uint64_t OutputFormula::getSizeX() const {
+    return getSelectedInputImage().getSizeX();
+}
+std::uint64_t OutputFormula::getSizeY() const {
+    return getSelectedInputImage().getSizeY();
+}
+image::VolumeGeometry OutputFormula::getVolumeGeometry() const {
+    return getSelectedInputImage().getVolumeGeometry();
+}
+image::ColorGeometry OutputFormula::getColorGeometry() const {
+    return getSelectedInputImage().getColorGeometry();
+}
 image::TemporalGeometry OutputFormula::getTemporalGeometry() const {
     return getSelectedInputImage().getTemporalGeometry();
 }
@@ -106,11 +117,14 @@ image::ConstImagePtr OutputFormula::getInputImage() const {
 }
 
 boost::shared_ptr<processor::BaseCustomImageInfo> outputFormula(
-    const boost::shared_ptr<const formula::BaseImageFormulaAttribute>& formula, const ConstImageAttributePtr& grey1,
-    const ConstImageAttributePtr& grey2, const ConstImageAttributePtr& grey3, const ConstImageAttributePtr& binary1,
-    const ConstImageAttributePtr& binary2, const ConstImageAttributePtr& binary3, const ConstImageAttributePtr& label1,
-    const ConstImageAttributePtr& label2, const ConstImageAttributePtr& label3) {
-    return OutputFormulaFactory::make(formula, {grey1, grey2, grey3, binary1, binary2, binary3, label1, label2, label3});
+    const boost::shared_ptr<const formula::BaseImageFormulaAttribute>& formula,
+    const ConstImageAttributePtr& grey1, const ConstImageAttributePtr& grey2,
+    const ConstImageAttributePtr& grey3, const ConstImageAttributePtr& binary1,
+    const ConstImageAttributePtr& binary2, const ConstImageAttributePtr& binary3,
+    const ConstImageAttributePtr& label1, const ConstImageAttributePtr& label2,
+    const ConstImageAttributePtr& label3) {
+    return OutputFormulaFactory::make(
+        formula, {grey1, grey2, grey3, binary1, binary2, binary3, label1, label2, label3});
 }
 
 }  // namespace vimra::imaproc::arithm

@@ -17,7 +17,7 @@ namespace vimra::processor {
 /// formula::ImageFormula2dAttribute or formula::ImageFormula3dAttribute.
 template <class Formula>
 class BaseProcessorFormulaAttribute : public BaseAttribute, public Formula {
-public:
+  public:
     using value_type = std::string;
     bool isInput() const override { return true; }
     bool isSet() const override { return Formula::isSet(); }
@@ -25,14 +25,18 @@ public:
     void setValue(const std::string& formula) { Formula::setFormulaStr(formula); }
     const std::string& getValue() const { return Formula::getFormulaStr(); }
     /// Takes `other`'s formula with its compiled form.
-    void assign(const BaseProcessorFormulaAttribute& other) { static_cast<Formula&>(*this) = other; }
+    void assign(const BaseProcessorFormulaAttribute& other) {
+        static_cast<Formula&>(*this) = other;
+    }
 
     void write(core::BaseOArchive& archive) const override;
     void read(core::BaseIArchive& archive) override;
 };
 
-using BaseImageFormula2dProcessorAttribute = BaseProcessorFormulaAttribute<formula::ImageFormula2dAttribute>;
-using BaseImageFormula3dProcessorAttribute = BaseProcessorFormulaAttribute<formula::ImageFormula3dAttribute>;
+using BaseImageFormula2dProcessorAttribute =
+    BaseProcessorFormulaAttribute<formula::ImageFormula2dAttribute>;
+using BaseImageFormula3dProcessorAttribute =
+    BaseProcessorFormulaAttribute<formula::ImageFormula3dAttribute>;
 
 using BaseBorder2dPolicyAttribute = BaseValueAttribute<image::Border2dPolicy>;
 using BaseBorder3dPolicyAttribute = BaseValueAttribute<image::Border3dPolicy>;
@@ -48,19 +52,21 @@ void assignFormula(BaseProcessor& target, const Attr& source) {
 /// Hands a formula to every sub-image run.
 template <class Attr>
 class StaticFormulaNoSplit final : public BaseStaticSplit {
-public:
+  public:
     void initBase(boost::shared_ptr<const Attr> source) { m_source = std::move(source); }
     std::uint64_t getCount() const override { return 0; }
-    void assign(BaseProcessor& target, std::uint64_t) const override { detail::assignFormula(target, *m_source); }
+    void assign(BaseProcessor& target, std::uint64_t) const override {
+        detail::assignFormula(target, *m_source);
+    }
 
-private:
+  private:
     boost::shared_ptr<const Attr> m_source;
 };
 
 /// Hands a formula to every strip run.
 template <class Attr>
 class DynamicFormulaNoSplit final : public BaseDynamicSplit {
-public:
+  public:
     void initBase(boost::shared_ptr<const Attr> source) { m_source = std::move(source); }
     bool hasExtent() const override { return false; }
     std::uint64_t getSizeX() const override { return 0; }
@@ -68,12 +74,14 @@ public:
     std::uint64_t getSizeZ() const override { return 0; }
     eStripAxis::domain getAxis() const override { return eStripAxis::eY; }
     const char* getAttributeName() const override { return Attr::s_name; }
-    AttributePtr resolve(BaseProcessor& target) const override { return target.findAttribute<Attr>(); }
+    AttributePtr resolve(BaseProcessor& target) const override {
+        return target.findAttribute<Attr>();
+    }
     void assign(BaseAttribute& attribute, std::uint64_t, std::uint64_t) const override {
         static_cast<Attr&>(attribute).assign(*m_source);
     }
 
-private:
+  private:
     boost::shared_ptr<const Attr> m_source;
 };
 
@@ -81,11 +89,17 @@ private:
 
 namespace vimra::imaproc::attr {
 
-using InImageFormula2d = processor::Attribute<"InImageFormula2d", processor::BaseImageFormula2dProcessorAttribute>;
-using InImageFormula3d = processor::Attribute<"InImageFormula3d", processor::BaseImageFormula3dProcessorAttribute>;
-using InOptConvolBorder2d = processor::Attribute<"InOptConvolBorder2d", processor::BaseBorder2dPolicyAttribute>;
-using InOptConvolBorder3d = processor::Attribute<"InOptConvolBorder3d", processor::BaseBorder3dPolicyAttribute>;
-using InConvolBorder2d = processor::Attribute<"InConvolBorder2d", processor::BaseBorder2dPolicyAttribute>;
-using InConvolBorder3d = processor::Attribute<"InConvolBorder3d", processor::BaseBorder3dPolicyAttribute>;
+using InImageFormula2d =
+    processor::Attribute<"InImageFormula2d", processor::BaseImageFormula2dProcessorAttribute>;
+using InImageFormula3d =
+    processor::Attribute<"InImageFormula3d", processor::BaseImageFormula3dProcessorAttribute>;
+using InOptConvolBorder2d =
+    processor::Attribute<"InOptConvolBorder2d", processor::BaseBorder2dPolicyAttribute>;
+using InOptConvolBorder3d =
+    processor::Attribute<"InOptConvolBorder3d", processor::BaseBorder3dPolicyAttribute>;
+using InConvolBorder2d =
+    processor::Attribute<"InConvolBorder2d", processor::BaseBorder2dPolicyAttribute>;
+using InConvolBorder3d =
+    processor::Attribute<"InConvolBorder3d", processor::BaseBorder3dPolicyAttribute>;
 
 }  // namespace vimra::imaproc::attr

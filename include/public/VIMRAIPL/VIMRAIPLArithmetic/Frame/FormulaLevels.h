@@ -67,21 +67,33 @@ using InOptSubLabImg3d3 = Attribute<"InOptSubLabImg3d3", BaseInputImageAttribute
 using InOptKnlYStrip2d1 = Attribute<"InOptKnlYStrip2d1", BaseInputYStrip2dWithKernelAttribute>;
 using InOptKnlYStrip2d2 = Attribute<"InOptKnlYStrip2d2", BaseInputYStrip2dWithKernelAttribute>;
 using InOptKnlYStrip2d3 = Attribute<"InOptKnlYStrip2d3", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlBinYStrip2d1 = Attribute<"InOptKnlBinYStrip2d1", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlBinYStrip2d2 = Attribute<"InOptKnlBinYStrip2d2", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlBinYStrip2d3 = Attribute<"InOptKnlBinYStrip2d3", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlLabYStrip2d1 = Attribute<"InOptKnlLabYStrip2d1", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlLabYStrip2d2 = Attribute<"InOptKnlLabYStrip2d2", BaseInputYStrip2dWithKernelAttribute>;
-using InOptKnlLabYStrip2d3 = Attribute<"InOptKnlLabYStrip2d3", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlBinYStrip2d1 =
+    Attribute<"InOptKnlBinYStrip2d1", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlBinYStrip2d2 =
+    Attribute<"InOptKnlBinYStrip2d2", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlBinYStrip2d3 =
+    Attribute<"InOptKnlBinYStrip2d3", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlLabYStrip2d1 =
+    Attribute<"InOptKnlLabYStrip2d1", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlLabYStrip2d2 =
+    Attribute<"InOptKnlLabYStrip2d2", BaseInputYStrip2dWithKernelAttribute>;
+using InOptKnlLabYStrip2d3 =
+    Attribute<"InOptKnlLabYStrip2d3", BaseInputYStrip2dWithKernelAttribute>;
 using InOptKnlZStrip3d1 = Attribute<"InOptKnlZStrip3d1", BaseInputZStrip3dWithKernelAttribute>;
 using InOptKnlZStrip3d2 = Attribute<"InOptKnlZStrip3d2", BaseInputZStrip3dWithKernelAttribute>;
 using InOptKnlZStrip3d3 = Attribute<"InOptKnlZStrip3d3", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlBinZStrip3d1 = Attribute<"InOptKnlBinZStrip3d1", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlBinZStrip3d2 = Attribute<"InOptKnlBinZStrip3d2", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlBinZStrip3d3 = Attribute<"InOptKnlBinZStrip3d3", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlLabZStrip3d1 = Attribute<"InOptKnlLabZStrip3d1", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlLabZStrip3d2 = Attribute<"InOptKnlLabZStrip3d2", BaseInputZStrip3dWithKernelAttribute>;
-using InOptKnlLabZStrip3d3 = Attribute<"InOptKnlLabZStrip3d3", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlBinZStrip3d1 =
+    Attribute<"InOptKnlBinZStrip3d1", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlBinZStrip3d2 =
+    Attribute<"InOptKnlBinZStrip3d2", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlBinZStrip3d3 =
+    Attribute<"InOptKnlBinZStrip3d3", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlLabZStrip3d1 =
+    Attribute<"InOptKnlLabZStrip3d1", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlLabZStrip3d2 =
+    Attribute<"InOptKnlLabZStrip3d2", BaseInputZStrip3dWithKernelAttribute>;
+using InOptKnlLabZStrip3d3 =
+    Attribute<"InOptKnlLabZStrip3d3", BaseInputZStrip3dWithKernelAttribute>;
 
 }  // namespace vimra::imaproc::attr
 
@@ -101,7 +113,9 @@ struct FormulaInOptImages {
 };
 
 /// Neighbourhood reads outside the image follow this policy when the caller gives none.
-inline image::BorderPolicy defaultFormulaBorder() { return image::BorderPolicy::mirror(); }
+inline image::BorderPolicy defaultFormulaBorder() {
+    return image::BorderPolicy::mirror();
+}
 
 /// A value with a different attribute at each level.
 template <class A1, class A2, class A3>
@@ -119,17 +133,20 @@ struct LevelChain {
 /// offset.
 processor::RulePtr matchFormulaWithImages(
     boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
-    std::array<processor::ImageAttributeRef, formula::kImageCount> images, processor::ImageAttributeRef output);
+    std::array<processor::ImageAttributeRef, formula::kImageCount> images,
+    processor::ImageAttributeRef output);
 
 /// The rule of both formula operations: matchFormulaWithImages, every set image
 /// and the output of one size, grey images of one buffer type and label images of
 /// one buffer type (the evaluator reads each kind through one element type).
-processor::RulePtr formulaRule(boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
-                               const std::array<processor::ImageAttributeRef, formula::kImageCount>& images,
-                               processor::ImageAttributeRef output);
+processor::RulePtr formulaRule(
+    boost::weak_ptr<const formula::BaseImageFormulaAttribute> formula,
+    const std::array<processor::ImageAttributeRef, formula::kImageCount>& images,
+    processor::ImageAttributeRef output);
 
 template <class Level, class... A>
-std::array<processor::ImageAttributeRef, formula::kImageCount> imageRefs(const Level& level, TypeList<A...>) {
+std::array<processor::ImageAttributeRef, formula::kImageCount> imageRefs(const Level& level,
+                                                                         TypeList<A...>) {
     return {processor::ImageAttributeRef(level.template attribute<A>())...};
 }
 
@@ -137,9 +154,10 @@ struct FormulaRule {
     template <class Level>
     static processor::RulePtr make(const Level& level) {
         using Op = typename Level::Operation;
-        return formulaRule(level.template attribute<typename Op::FormulaAttr>(),
-                           imageRefs(level, typename detail::LevelAttributes<eLevel::eLvl1, Op>::Inputs{}),
-                           level.template attribute<attr::OutImg>());
+        return formulaRule(
+            level.template attribute<typename Op::FormulaAttr>(),
+            imageRefs(level, typename detail::LevelAttributes<eLevel::eLvl1, Op>::Inputs{}),
+            level.template attribute<attr::OutImg>());
     }
 };
 
@@ -148,10 +166,12 @@ template <class FormulaAttr>
 struct FormulaOutput {
     template <class Level>
     static processor::OutputInitializerPtr make(const Level& level) {
-        return make(level, typename detail::LevelAttributes<eLevel::eLvl1, typename Level::Operation>::Inputs{});
+        return make(
+            level,
+            typename detail::LevelAttributes<eLevel::eLvl1, typename Level::Operation>::Inputs{});
     }
 
-private:
+  private:
     template <class Level, class... A>
     static processor::OutputInitializerPtr make(const Level& level, TypeList<A...>) {
         return processor::customOutput(level.template attribute<attr::OutImg>(),
@@ -183,8 +203,9 @@ namespace detail {
 formula::FormulaImageView formulaView(const image::KernelStripSource& source);
 /// Kernel key: the grey input type (float when none is read), the label type
 /// (unsigned 16-bit when none is read) and the output type.
-processor::DataTypeIdentifierColl formulaKernelKey(const std::array<const image::KernelStripSource*, 9>& inputs,
-                                                   image::eImageBufferType::domain output);
+processor::DataTypeIdentifierColl formulaKernelKey(
+    const std::array<const image::KernelStripSource*, 9>& inputs,
+    image::eImageBufferType::domain output);
 ProcessingResult<bool> formulaNotCompiled(const std::string& processor);
 }  // namespace detail
 
@@ -195,16 +216,19 @@ ProcessingResult<bool> formulaNotCompiled(const std::string& processor);
 template <class Op>
 struct FormulaLvl1Provider {
     template <class L1>
-    static ProcessingResult<bool> choose(const L1& level, unsigned priority, processor::ProviderPtr& provider) {
+    static ProcessingResult<bool> choose(const L1& level, unsigned priority,
+                                         processor::ProviderPtr& provider) {
         using Lvl2 = typename Op::Lvl2Class;
         const auto& formulaAttr = level.template attribute<typename Op::FormulaAttr>();
         const auto manager = formulaAttr->getImageFormulaManager();
         if (!manager) return detail::formulaNotCompiled(L1::getTypeName());
         std::vector<processor::StaticSplitPtr> splits;
         auto out = boost::make_shared<processor::SubImageSplit<Lvl2, attr::OutImg>>();
-        out->initBase(Op::s_splitType, 0, 0, 0, level.template attribute<attr::OutImg>()->getValue());
+        out->initBase(Op::s_splitType, 0, 0, 0,
+                      level.template attribute<attr::OutImg>()->getValue());
         splits.push_back(out);
-        addInputs<Lvl2>(level, *manager, splits, typename Op::Inputs{}, std::make_index_sequence<9>{});
+        addInputs<Lvl2>(level, *manager, splits, typename Op::Inputs{},
+                        std::make_index_sequence<9>{});
         auto f = boost::make_shared<processor::StaticFormulaNoSplit<typename Op::FormulaAttr>>();
         f->initBase(formulaAttr);
         splits.push_back(f);
@@ -219,17 +243,19 @@ struct FormulaLvl1Provider {
         return ProcessingResult<bool>::success(true);
     }
 
-private:
+  private:
     template <class Lvl2, class L1, class... C, std::size_t... I>
     static void addInputs(const L1& level, const formula::ImageFormulaManager& m,
-                          std::vector<processor::StaticSplitPtr>& splits, TypeList<C...>, std::index_sequence<I...>) {
+                          std::vector<processor::StaticSplitPtr>& splits, TypeList<C...>,
+                          std::index_sequence<I...>) {
         (addInput<Lvl2, C>(level, m, I, splits), ...);
     }
     template <class Lvl2, class C, class L1>
     static void addInput(const L1& level, const formula::ImageFormulaManager& m, unsigned id,
                          std::vector<processor::StaticSplitPtr>& splits) {
         const auto& image = level.template attribute<typename C::Lvl1>()->getValue();
-        if (!image || !m.getImageIdSet().count(id)) return;  // images the formula does not read take no part
+        if (!image || !m.getImageIdSet().count(id))
+            return;  // images the formula does not read take no part
         auto split = boost::make_shared<processor::SubImageSplit<Lvl2, typename C::Lvl2>>();
         split->initBase(Op::s_splitType, 0, 0, 0, image);
         splits.push_back(split);
@@ -240,10 +266,12 @@ private:
 
 template <class Derived, class Op, class Lvl3>
 class FormulaLvl2 : public Level2Base<Derived, Op, eLevel::eLvl2> {
-    static constexpr bool s_3d = std::is_same_v<typename Op::KernelStrip, image::InputImageZStrip3dWithKernel>;
+    static constexpr bool s_3d =
+        std::is_same_v<typename Op::KernelStrip, image::InputImageZStrip3dWithKernel>;
 
-protected:
-    ProcessingResult<bool> retrieveProvider(unsigned priority, processor::ProviderPtr& provider) override {
+  protected:
+    ProcessingResult<bool> retrieveProvider(unsigned priority,
+                                            processor::ProviderPtr& provider) override {
         const auto& formulaAttr = this->template attribute<typename Op::FormulaAttr>();
         const auto manager = formulaAttr->getImageFormulaManager();
         if (!manager) return detail::formulaNotCompiled(Derived::getTypeName());
@@ -254,11 +282,13 @@ protected:
         std::vector<processor::DynamicSplitPtr> splits;
         const auto& out = this->template attribute<attr::OutImg>()->getValue();
         if constexpr (s_3d) {
-            auto split = boost::make_shared<processor::ImageZStrip3dSplit<Lvl3, image::BaseImage, attr::OutZStrip3d>>();
+            auto split = boost::make_shared<
+                processor::ImageZStrip3dSplit<Lvl3, image::BaseImage, attr::OutZStrip3d>>();
             split->initBase(out, 0, 0, 0);
             splits.push_back(split);
         } else {
-            auto split = boost::make_shared<processor::ImageYStrip2dSplit<Lvl3, image::BaseImage, attr::OutYStrip2d>>();
+            auto split = boost::make_shared<
+                processor::ImageYStrip2dSplit<Lvl3, image::BaseImage, attr::OutYStrip2d>>();
             split->initBase(out, 0, 0, 0);
             splits.push_back(split);
         }
@@ -276,22 +306,25 @@ protected:
         return ProcessingResult<bool>::success(true);
     }
 
-private:
+  private:
     template <class... C>
-    void addInputs(std::vector<processor::DynamicSplitPtr>& splits, const std::array<std::uint64_t, 3>& margin,
-                   TypeList<C...>) const {
+    void addInputs(std::vector<processor::DynamicSplitPtr>& splits,
+                   const std::array<std::uint64_t, 3>& margin, TypeList<C...>) const {
         (addInput<C>(splits, margin), ...);
     }
     template <class C>
-    void addInput(std::vector<processor::DynamicSplitPtr>& splits, const std::array<std::uint64_t, 3>& margin) const {
+    void addInput(std::vector<processor::DynamicSplitPtr>& splits,
+                  const std::array<std::uint64_t, 3>& margin) const {
         const auto& image = this->template attribute<typename C::Lvl2>()->getValue();
         if (!image) return;
         if constexpr (s_3d) {
-            auto split = boost::make_shared<processor::ImageZStrip3dWithKernelSplit<Lvl3, typename C::Lvl3>>();
+            auto split = boost::make_shared<
+                processor::ImageZStrip3dWithKernelSplit<Lvl3, typename C::Lvl3>>();
             split->initBase(image, margin[0], margin[1], margin[2]);
             splits.push_back(split);
         } else {
-            auto split = boost::make_shared<processor::ImageYStrip2dWithKernelSplit<Lvl3, typename C::Lvl3>>();
+            auto split = boost::make_shared<
+                processor::ImageYStrip2dWithKernelSplit<Lvl3, typename C::Lvl3>>();
             split->initBase(image, margin[0], margin[1]);
             splits.push_back(split);
         }
@@ -301,13 +334,16 @@ private:
 // ---- level 3 --------------------------------------------------------------------------------
 
 template <class Derived, class Op>
-class FormulaLvl3 : public OperationClass<Derived, Op, eLevel::eLvl3>, public Level3Kernels<Derived> {
+class FormulaLvl3 : public OperationClass<Derived, Op, eLevel::eLvl3>,
+                    public Level3Kernels<Derived> {
     using Attrs = typename OperationClass<Derived, Op, eLevel::eLvl3>::Attrs;
     using InputStrip = processor::BaseStripAttribute<typename Op::KernelStrip, true>;
 
-protected:
-    BoolResult initDerived(processor::AttributeColl& attributes, processor::OutputInitializerMap& initializers,
-                           processor::ProcessorDispatchPolicy& policy, processor::RulePtr& rule, unsigned) override {
+  protected:
+    BoolResult initDerived(processor::AttributeColl& attributes,
+                           processor::OutputInitializerMap& initializers,
+                           processor::ProcessorDispatchPolicy& policy, processor::RulePtr& rule,
+                           unsigned) override {
         this->createAttributes(attributes);
         bindInputs(typename Attrs::Inputs{});
         initializers.clear();
@@ -325,20 +361,24 @@ protected:
         std::array<const image::KernelStripSource*, 9> sources{};
         for (unsigned i = 0; i < m_in.size(); ++i) {
             sources[i] = m_in[i]->isSet() ? &m_in[i]->getStrip().getSource() : nullptr;
-            job.Images[i] = sources[i] ? detail::formulaView(*sources[i]) : formula::FormulaImageView{};
+            job.Images[i] =
+                sources[i] ? detail::formulaView(*sources[i]) : formula::FormulaImageView{};
         }
         const auto& out = *this->template attribute<typename Op::OutStrip>();
         out.describe(job.Strip);
         job.Out = out.getOutputStripData();
         const auto& strip = out.getStrip();
-        if constexpr (std::is_same_v<typename Op::KernelStrip, image::InputImageZStrip3dWithKernel>) {
-            job.Size = {static_cast<std::int64_t>(strip.getSizeX()), static_cast<std::int64_t>(strip.getSizeY()),
+        if constexpr (std::is_same_v<typename Op::KernelStrip,
+                                     image::InputImageZStrip3dWithKernel>) {
+            job.Size = {static_cast<std::int64_t>(strip.getSizeX()),
+                        static_cast<std::int64_t>(strip.getSizeY()),
                         static_cast<std::int64_t>(strip.getVolumeSizeZ())};
         } else {
             job.Size = {static_cast<std::int64_t>(strip.getSizeX()),
                         static_cast<std::int64_t>(strip.getPlaneSizeY()), 1};
         }
-        const processor::DataTypeIdentifierColl types = detail::formulaKernelKey(sources, out.getImageBufferType());
+        const processor::DataTypeIdentifierColl types =
+            detail::formulaKernelKey(sources, out.getImageBufferType());
         const processor::InstructionSetsIdentifier forced = this->getForcedInstructionSets();
         if (!m_kernel || !(types == m_kernelTypes) || forced.getMask() != m_kernelForcedMask) {
             m_kernel = this->retrieveFunctionSelector().select(types, forced);
@@ -352,7 +392,7 @@ protected:
         return m_kernel(args).toBoolResult();
     }
 
-private:
+  private:
     template <class... I>
     void bindInputs(TypeList<I...>) {
         int i = 0;
@@ -371,7 +411,8 @@ private:
 namespace entry {
 
 template <class Lvl1, class... A>
-void setImages(Lvl1& processor, const std::array<ConstImagePtr, formula::kImageCount>& images, TypeList<A...>) {
+void setImages(Lvl1& processor, const std::array<ConstImagePtr, formula::kImageCount>& images,
+               TypeList<A...>) {
     std::size_t i = 0;
     ((images[i] ? processor.template set<A>(images[i]) : void(), ++i), ...);
 }
@@ -379,13 +420,16 @@ void setImages(Lvl1& processor, const std::array<ConstImagePtr, formula::kImageC
 /// Creates the level-1 formula processor and sets the formula, the images that
 /// are there, the border (when given) and the output (when given).
 template <class Lvl1, class Border>
-boost::shared_ptr<Lvl1> prepareFormula(const std::string& formulaText, const FormulaInOptImages& images,
-                                       const boost::shared_ptr<const Border>* border, const ImagePtr* out) {
+boost::shared_ptr<Lvl1> prepareFormula(const std::string& formulaText,
+                                       const FormulaInOptImages& images,
+                                       const boost::shared_ptr<const Border>* border,
+                                       const ImagePtr* out) {
     using Op = typename Lvl1::Operation;
     auto processor = boost::make_shared<Lvl1>();
     processor->init(processor::eRulePolicy::eRulesOn);
     processor->template set<typename Op::FormulaAttr>(formulaText);
-    setImages(*processor, images.asArray(), typename arithm::detail::LevelAttributes<eLevel::eLvl1, Op>::Inputs{});
+    setImages(*processor, images.asArray(),
+              typename arithm::detail::LevelAttributes<eLevel::eLvl1, Op>::Inputs{});
     if (border) {
         if (!*border) throwNullArgument(&Lvl1::getTypeName, Op::BorderChain::Lvl1::s_name);
         processor->template set<typename Op::BorderChain::Lvl1>(**border);
@@ -415,11 +459,12 @@ struct FormulaEntry {
         processor::executeSyncRun(p);
         return p->template getStorage<attr::OutImg>();
     }
-    static void into(const std::string& f, const FormulaInOptImages& images, const BorderPtr* border,
-                     const ImagePtr& out) {
+    static void into(const std::string& f, const FormulaInOptImages& images,
+                     const BorderPtr* border, const ImagePtr& out) {
         processor::executeSyncRun(prepareFormula<Lvl1>(f, images, border, &out));
     }
-    static boost::shared_ptr<Lvl1> createAsync(const std::string& f, const FormulaInOptImages& images) {
+    static boost::shared_ptr<Lvl1> createAsync(const std::string& f,
+                                               const FormulaInOptImages& images) {
         return startAsync(prepareFormula<Lvl1, image::BorderPolicy>(f, images, nullptr, nullptr));
     }
     static boost::shared_ptr<Lvl1> intoAsync(const std::string& f, const FormulaInOptImages& images,

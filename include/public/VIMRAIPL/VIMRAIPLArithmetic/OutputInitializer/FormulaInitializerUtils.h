@@ -14,7 +14,7 @@
 namespace vimra::imaproc::arithm {
 
 class OutputFormula final : public processor::BaseCustomImageInfo {
-public:
+  public:
     using FormulaRef = boost::weak_ptr<const formula::BaseImageFormulaAttribute>;
     using ImageRef = boost::weak_ptr<const processor::BaseImageAttribute>;
 
@@ -35,7 +35,7 @@ public:
     /// analyses again only when the selected image has been released).
     unsigned getAnalysisCount() const { return m_analyses; }
 
-private:
+  private:
     friend class OutputFormulaFactory;
 
     void updateFormulaAnalysis() const;
@@ -53,9 +53,11 @@ using ConstImageAttributePtr = boost::shared_ptr<const processor::BaseImageAttri
 /// The output description of a formula algorithm over its formula attribute and
 /// its nine optional images (grey 1-3, binary 1-3, label 1-3). Analyses nothing yet.
 boost::shared_ptr<processor::BaseCustomImageInfo> outputFormula(
-    const boost::shared_ptr<const formula::BaseImageFormulaAttribute>& formula, const ConstImageAttributePtr& grey1,
-    const ConstImageAttributePtr& grey2, const ConstImageAttributePtr& grey3, const ConstImageAttributePtr& binary1,
-    const ConstImageAttributePtr& binary2, const ConstImageAttributePtr& binary3, const ConstImageAttributePtr& label1,
-    const ConstImageAttributePtr& label2, const ConstImageAttributePtr& label3);
+    const boost::shared_ptr<const formula::BaseImageFormulaAttribute>& formula,
+    const ConstImageAttributePtr& grey1, const ConstImageAttributePtr& grey2,
+    const ConstImageAttributePtr& grey3, const ConstImageAttributePtr& binary1,
+    const ConstImageAttributePtr& binary2, const ConstImageAttributePtr& binary3,
+    const ConstImageAttributePtr& label1, const ConstImageAttributePtr& label2,
+    const ConstImageAttributePtr& label3);
 
 }  // namespace vimra::imaproc::arithm

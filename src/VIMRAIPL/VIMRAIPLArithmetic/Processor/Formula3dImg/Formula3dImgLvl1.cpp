@@ -11,23 +11,27 @@ using Formula3dImgEntry = entry::FormulaEntry<Formula3dImgLvl1>;
 ImagePtr formula3dImg(const std::string& formula, const FormulaInOptImages& images) {
     return Formula3dImgEntry::create(formula, images);
 }
-void formula3dImg(const std::string& formula, const FormulaInOptImages& images, const ImagePtr& outImg) {
+void formula3dImg(const std::string& formula, const FormulaInOptImages& images,
+                  const ImagePtr& outImg) {
     Formula3dImgEntry::into(formula, images, nullptr, outImg);
 }
 void formula3dImg(const std::string& formula, const FormulaInOptImages& images,
-                  const boost::shared_ptr<const image::Border3dPolicy>& border, const ImagePtr& outImg) {
+                  const boost::shared_ptr<const image::Border3dPolicy>& border,
+                  const ImagePtr& outImg) {
     Formula3dImgEntry::into(formula, images, &border, outImg);
 }
-boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(const std::string& formula, const FormulaInOptImages& images) {
+boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(const std::string& formula,
+                                                       const FormulaInOptImages& images) {
     return Formula3dImgEntry::createAsync(formula, images);
 }
-boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(const std::string& formula, const FormulaInOptImages& images,
-                                               const ImagePtr& outImg) {
+boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(const std::string& formula,
+                                                       const FormulaInOptImages& images,
+                                                       const ImagePtr& outImg) {
     return Formula3dImgEntry::intoAsync(formula, images, nullptr, outImg);
 }
-boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(const std::string& formula, const FormulaInOptImages& images,
-                                               const boost::shared_ptr<const image::Border3dPolicy>& border,
-                                               const ImagePtr& outImg) {
+boost::shared_ptr<Formula3dImgLvl1> formula3dImg_async(
+    const std::string& formula, const FormulaInOptImages& images,
+    const boost::shared_ptr<const image::Border3dPolicy>& border, const ImagePtr& outImg) {
     return Formula3dImgEntry::intoAsync(formula, images, &border, outImg);
 }
 ImagePtr getAsyncProcessorOutput(const boost::shared_ptr<Formula3dImgLvl1>& processor) {

@@ -17,22 +17,26 @@ struct Formula2dImgOperation {
     using KernelStrip = image::InputImageYStrip2dWithKernel;
     using OutStrip = attr::OutYStrip2d;
     using FormulaAttr = attr::InImageFormula2d;
-    using BorderChain = LevelChain<attr::InOptConvolBorder2d, attr::InConvolBorder2d, attr::InConvolBorder2d>;
-    using Inputs = TypeList<ImageChain<attr::InOptImg1, attr::InOptSubImg2d1, attr::InOptKnlYStrip2d1>,
-                            ImageChain<attr::InOptImg2, attr::InOptSubImg2d2, attr::InOptKnlYStrip2d2>,
-                            ImageChain<attr::InOptImg3, attr::InOptSubImg2d3, attr::InOptKnlYStrip2d3>,
-                            ImageChain<attr::InOptBinImg1, attr::InOptSubBinImg2d1, attr::InOptKnlBinYStrip2d1>,
-                            ImageChain<attr::InOptBinImg2, attr::InOptSubBinImg2d2, attr::InOptKnlBinYStrip2d2>,
-                            ImageChain<attr::InOptBinImg3, attr::InOptSubBinImg2d3, attr::InOptKnlBinYStrip2d3>,
-                            ImageChain<attr::InOptLabImg1, attr::InOptSubLabImg2d1, attr::InOptKnlLabYStrip2d1>,
-                            ImageChain<attr::InOptLabImg2, attr::InOptSubLabImg2d2, attr::InOptKnlLabYStrip2d2>,
-                            ImageChain<attr::InOptLabImg3, attr::InOptSubLabImg2d3, attr::InOptKnlLabYStrip2d3>>;
+    using BorderChain =
+        LevelChain<attr::InOptConvolBorder2d, attr::InConvolBorder2d, attr::InConvolBorder2d>;
+    using Inputs = TypeList<
+        ImageChain<attr::InOptImg1, attr::InOptSubImg2d1, attr::InOptKnlYStrip2d1>,
+        ImageChain<attr::InOptImg2, attr::InOptSubImg2d2, attr::InOptKnlYStrip2d2>,
+        ImageChain<attr::InOptImg3, attr::InOptSubImg2d3, attr::InOptKnlYStrip2d3>,
+        ImageChain<attr::InOptBinImg1, attr::InOptSubBinImg2d1, attr::InOptKnlBinYStrip2d1>,
+        ImageChain<attr::InOptBinImg2, attr::InOptSubBinImg2d2, attr::InOptKnlBinYStrip2d2>,
+        ImageChain<attr::InOptBinImg3, attr::InOptSubBinImg2d3, attr::InOptKnlBinYStrip2d3>,
+        ImageChain<attr::InOptLabImg1, attr::InOptSubLabImg2d1, attr::InOptKnlLabYStrip2d1>,
+        ImageChain<attr::InOptLabImg2, attr::InOptSubLabImg2d2, attr::InOptKnlLabYStrip2d2>,
+        ImageChain<attr::InOptLabImg3, attr::InOptSubLabImg2d3, attr::InOptKnlLabYStrip2d3>>;
     using Values = TypeList<LevelChain<FormulaAttr, FormulaAttr, FormulaAttr>, BorderChain>;
-    using Outputs = TypeList<OutputChain<attr::OutImg, attr::OutImg, OutStrip, FormulaOutput<FormulaAttr>>>;
+    using Outputs =
+        TypeList<OutputChain<attr::OutImg, attr::OutImg, OutStrip, FormulaOutput<FormulaAttr>>>;
     using Rule = FormulaRule;
     using Lvl2Class = Formula2dImgLvl2;
     template <class L1>
-    static ProcessingResult<bool> chooseProvider(const L1& level, unsigned priority, processor::ProviderPtr& provider) {
+    static ProcessingResult<bool> chooseProvider(const L1& level, unsigned priority,
+                                                 processor::ProviderPtr& provider) {
         return FormulaLvl1Provider<Formula2dImgOperation>::choose(level, priority, provider);
     }
 };

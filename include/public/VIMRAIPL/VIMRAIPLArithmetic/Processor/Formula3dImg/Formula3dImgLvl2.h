@@ -4,6 +4,7 @@
 
 namespace vimra::imaproc::arithm {
 
-class Formula3dImgLvl2 final : public FormulaLvl2<Formula3dImgLvl2, Formula3dImgOperation, Formula3dImgLvl3> {};
+class Formula3dImgLvl2 final
+    : public FormulaLvl2<Formula3dImgLvl2, Formula3dImgOperation, Formula3dImgLvl3> {};
 
 }  // namespace vimra::imaproc::arithm
