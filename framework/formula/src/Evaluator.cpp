@@ -308,78 +308,121 @@ int elementBytes(const FormulaImageView& v, bool binary) {
 
 }  // namespace
 
-FormulaEvalStatus evaluateFormulaTile(const ImageFormulaManagerPtr& manager,
-                                      eInstructionSet::domain set,
-                                      const std::array<FormulaImageView, kImageCount>& images,
-                                      const image::BorderPolicy& border,
-                                      FormulaImageSize outputSize, const FormulaOutputTile& tile,
-                                      float* numericOut, std::uint8_t* logicalOut, int maxBlock) {
-    if (!manager) return {false, "formula evaluation: no compiled formula"};
-    if ((numericOut == nullptr) == (logicalOut == nullptr))
-        return {false, "formula evaluation: give exactly one output buffer"};
+struct FormulaImageEvaluator::State {
+    std::array<FormulaImageView, kImageCount> Images;
+    GatherContext Context;
+    std::vector<FormulaReadSource> Sources;
+    std::unique_ptr<FormulaProgram> Program;
+};
+
+FormulaImageEvaluator::FormulaImageEvaluator(ImageFormulaManagerPtr manager,
+                                             eInstructionSet::domain set,
+                                             const std::array<FormulaImageView, kImageCount>& images,
+                                             const image::BorderPolicy& border,
+                                             FormulaImageSize outputSize)
+    : m_state(std::make_unique<State>()) {
+    State& st = *m_state;
+    st.Images = images;
+    st.Context = {&st.Images, border};
+    if (!manager) {
+        m_status = {false, "formula evaluation: no compiled formula"};
+        return;
+    }
     const auto& reads = manager->getReads();
     eFormulaElementType grey = eFormulaElementType::eFloat, label = eFormulaElementType::eUInt32;
     for (const auto& r : reads) {
         const FormulaImageView& v = images[r.ImageId];
-        if (v.Data == nullptr || v.SizeX <= 0 || v.SizeY <= 0 || v.SizeZ <= 0)
-            return {false, "formula evaluation: the formula reads " + imageName(r.ImageId) +
-                               ", which is not given"};
+        if (v.Data == nullptr || v.SizeX <= 0 || v.SizeY <= 0 || v.SizeZ <= 0) {
+            m_status = {false, "formula evaluation: the formula reads " + imageName(r.ImageId) +
+                                   ", which is not given"};
+            return;
+        }
         if (imageKindOf(r.ImageId) == eFormulaImageKind::eGrey) grey = v.Type;
         if (imageKindOf(r.ImageId) == eFormulaImageKind::eLabel) label = v.Type;
     }
     for (const auto& r : reads) {
         const FormulaImageView& v = images[r.ImageId];
         if ((imageKindOf(r.ImageId) == eFormulaImageKind::eGrey && v.Type != grey) ||
-            (imageKindOf(r.ImageId) == eFormulaImageKind::eLabel && v.Type != label))
-            return {false, "formula evaluation: images of one kind must share an element type"};
+            (imageKindOf(r.ImageId) == eFormulaImageKind::eLabel && v.Type != label)) {
+            m_status = {false, "formula evaluation: images of one kind must share an element type"};
+            return;
+        }
     }
-    FormulaProgram program(manager, grey, label, set, outputSize);
-    const GatherContext context{&images, border};
-    std::vector<FormulaReadSource> sources(reads.size());
-    const std::int64_t width = tile.Size[0];
+    st.Sources.resize(reads.size());
+    st.Program = std::make_unique<FormulaProgram>(std::move(manager), grey, label, set, outputSize);
+}
+
+FormulaImageEvaluator::~FormulaImageEvaluator() = default;
+
+FormulaEvalStatus FormulaImageEvaluator::evaluateRow(const std::array<std::int64_t, 3>& origin,
+                                                     std::int64_t x0, std::int64_t y,
+                                                     std::int64_t z, std::int64_t count,
+                                                     float* numericOut, std::uint8_t* logicalOut,
+                                                     int maxBlock) {
+    if (!m_status) return m_status;
+    if ((numericOut == nullptr) == (logicalOut == nullptr))
+        return {false, "formula evaluation: give exactly one output buffer"};
+    State& st = *m_state;
+    const auto& reads = st.Program->getManager().getReads();
     const int step =
-        maxBlock > 0 ? maxBlock : static_cast<int>(std::min<std::int64_t>(width, 1 << 20));
+        maxBlock > 0 ? maxBlock : static_cast<int>(std::min<std::int64_t>(count, 1 << 20));
+    for (std::int64_t t = 0; t < count;) {
+        // A run in which each read is either wholly inside its image or goes
+        // through the border: cut where a read crosses an edge.
+        const std::int64_t x = x0 + t;
+        std::int64_t end = std::min(count, t + step);
+        for (const auto& r : reads) {
+            const std::int64_t sizeX = st.Images[r.ImageId].SizeX;
+            for (const std::int64_t edge : {-r.Dx - x0, sizeX - r.Dx - x0})
+                if (edge > t && edge < end) end = edge;
+        }
+        const int n = static_cast<int>(end - t);
+        for (std::size_t i = 0; i < reads.size(); ++i) {
+            const auto& r = reads[i];
+            const FormulaImageView& v = st.Images[r.ImageId];
+            const std::int64_t rx = x + r.Dx, ry = y + r.Dy, rz = z + r.Dz;
+            const bool inside = rx >= 0 && rx + n <= v.SizeX && ry >= 0 && ry < v.SizeY &&
+                                rz >= 0 && rz < v.SizeZ;
+            const bool binary = imageKindOf(r.ImageId) == eFormulaImageKind::eBinary;
+            if (inside)
+                st.Sources[i] = {static_cast<const unsigned char*>(v.Data) +
+                                     (rz * v.PlaneStride + ry * v.RowStride + rx) *
+                                         elementBytes(v, binary),
+                                 nullptr, nullptr};
+            else
+                st.Sources[i] = {nullptr, &borderGather, &st.Context};
+        }
+        FormulaBlock block;
+        block.Origin = origin;
+        block.Position = {x, y, z};
+        block.Count = n;
+        block.Reads = st.Sources.data();
+        const FormulaEvalStatus s = numericOut ? st.Program->evaluate(block, numericOut + t)
+                                               : st.Program->evaluate(block, logicalOut + t);
+        if (!s) return s;
+        t = end;
+    }
+    return {};
+}
+
+FormulaEvalStatus evaluateFormulaTile(const ImageFormulaManagerPtr& manager,
+                                      eInstructionSet::domain set,
+                                      const std::array<FormulaImageView, kImageCount>& images,
+                                      const image::BorderPolicy& border,
+                                      FormulaImageSize outputSize, const FormulaOutputTile& tile,
+                                      float* numericOut, std::uint8_t* logicalOut, int maxBlock) {
+    FormulaImageEvaluator evaluator(manager, set, images, border, outputSize);
+    if (!evaluator.status()) return evaluator.status();
+    if ((numericOut == nullptr) == (logicalOut == nullptr))
+        return {false, "formula evaluation: give exactly one output buffer"};
     for (std::int64_t tz = 0; tz < tile.Size[2]; ++tz)
         for (std::int64_t ty = 0; ty < tile.Size[1]; ++ty) {
-            const std::int64_t y = tile.Origin[1] + ty, z = tile.Origin[2] + tz;
-            for (std::int64_t tx = 0; tx < width;) {
-                // A run in which each read is either wholly inside its image or
-                // goes through the border: cut where a read crosses an edge.
-                const std::int64_t x = tile.Origin[0] + tx;
-                std::int64_t end = std::min(width, tx + step);
-                for (const auto& r : reads) {
-                    const std::int64_t sizeX = images[r.ImageId].SizeX;
-                    for (const std::int64_t edge :
-                         {-r.Dx - tile.Origin[0], sizeX - r.Dx - tile.Origin[0]})
-                        if (edge > tx && edge < end) end = edge;
-                }
-                const int n = static_cast<int>(end - tx);
-                for (std::size_t i = 0; i < reads.size(); ++i) {
-                    const auto& r = reads[i];
-                    const FormulaImageView& v = images[r.ImageId];
-                    const std::int64_t rx = x + r.Dx, ry = y + r.Dy, rz = z + r.Dz;
-                    const bool inside = rx >= 0 && rx + n <= v.SizeX && ry >= 0 && ry < v.SizeY &&
-                                        rz >= 0 && rz < v.SizeZ;
-                    const bool binary = imageKindOf(r.ImageId) == eFormulaImageKind::eBinary;
-                    if (inside)
-                        sources[i] = {static_cast<const unsigned char*>(v.Data) +
-                                          (rz * v.PlaneStride + ry * v.RowStride + rx) *
-                                              elementBytes(v, binary),
-                                      nullptr, nullptr};
-                    else
-                        sources[i] = {nullptr, &borderGather, &context};
-                }
-                FormulaBlock block;
-                block.Origin = tile.Origin;
-                block.Position = {tx, ty, tz};
-                block.Count = n;
-                block.Reads = sources.data();
-                const std::int64_t o = tz * tile.PlaneStride + ty * tile.RowStride + tx;
-                const FormulaEvalStatus s = numericOut ? program.evaluate(block, numericOut + o)
-                                                       : program.evaluate(block, logicalOut + o);
-                if (!s) return s;
-                tx = end;
-            }
+            const std::int64_t o = tz * tile.PlaneStride + ty * tile.RowStride;
+            const FormulaEvalStatus s = evaluator.evaluateRow(
+                {0, 0, 0}, tile.Origin[0], tile.Origin[1] + ty, tile.Origin[2] + tz, tile.Size[0],
+                numericOut ? numericOut + o : nullptr, logicalOut ? logicalOut + o : nullptr,
+                maxBlock);
+            if (!s) return s;
         }
     return {};
 }

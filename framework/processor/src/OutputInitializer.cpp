@@ -1,4 +1,8 @@
 #include <vimra/processor/OutputInitializer.h>
+#include <vimra/processor/ProcessingException.h>
+#include <vimra/processor/ProcessorMessages.h>
+
+#include <vimra/core/Log.h>
 
 #include <boost/format.hpp>
 
@@ -74,6 +78,30 @@ BoolResult TypedDuplicateImageInitializer::init() {
     ImageDescription desc = in.getValue()->getDescription();
     desc.bufferType = type->getValue();
     return allocate(m_out, desc);
+}
+
+ProcessingResult<ImageDescription> BaseCustomImageInfo::computeDescription() const {
+    ImageDescription desc;
+    desc.bufferType = getImageBufferType();
+    desc.sizeX = getSizeX();
+    desc.sizeY = getSizeY();
+    desc.volume = getVolumeGeometry();
+    desc.color = getColorGeometry();
+    desc.temporal = getTemporalGeometry();
+    return ProcessingResult<ImageDescription>::success(desc);
+}
+
+void BaseCustomImageInfo::checkInitialized(const char* function) const {
+    if (m_initialized) return;
+    core::logMessage(getBaseProcessingLogger(), log4cplus::ERROR_LOG_LEVEL,
+                     eBaseProcessingMessage::eCustomImageInfoNotInitialized, function);
+    throw VIMRAImageProcessingException(
+        core::formatMessage(eBaseProcessingMessage::eCustomImageInfoNotInitialized, function), function);
+}
+
+void BaseCustomImageInfo::throwExpiredAttribute(const char* function) {
+    throw VIMRABaseProcessingException(core::formatMessage(eBaseProcessingMessage::eAttributeExpired, function),
+                                       function);
 }
 
 BoolResult CustomImageInitializer::init() {

@@ -21,6 +21,9 @@ constexpr core::MessageEntry s_messages[] = {
     {eBaseProcessingMessage::eUnknownAttribute, "Processor %s has no attribute %s"},
     {eBaseProcessingMessage::eNullProcessor, "%s called with a null processor"},
     {eBaseProcessingMessage::eNullArgument, "%s: argument %s is null"},
+    {eBaseProcessingMessage::eCustomImageInfoNotInitialized,
+     "%s: the output image description is not initialised"},
+    {eBaseProcessingMessage::eAttributeExpired, "%s: an attribute the output is described from has expired"},
 };
 
 const core::MsgMapRegistrator<eBaseProcessingMessage> g_registrator;

@@ -12,6 +12,7 @@
 #include <vimra/core/Log.h>
 #include <vimra/image/BaseImage.h>
 #include <vimra/processor/Attribute.h>
+#include <vimra/processor/FormulaAttribute.h>
 #include <vimra/processor/ProcessorClass.h>
 
 #include <cmath>
@@ -70,6 +71,26 @@ void writeValue(core::BaseOArchive& archive, const Range& value) {
 }
 void writeValue(core::BaseOArchive& archive, image::eImageBufferType::domain value) {
     archive.writeUnsigned("value", static_cast<std::uint64_t>(value));
+}
+
+void writeValue(core::BaseOArchive& archive, const image::BorderPolicy& value) {
+    archive.writeUnsigned("type", static_cast<std::uint64_t>(value.getType()));
+    archive.writeDouble("constant", value.getConstant());
+}
+
+void readValue(core::BaseIArchive& archive, image::BorderPolicy& value, const char* attribute) {
+    const std::uint64_t type = archive.readUnsigned("type");
+    const double constant = archive.readDouble("constant");
+    switch (type) {
+        case image::eBorderPolicyType::eConstant: value = image::BorderPolicy::constant(constant); return;
+        case image::eBorderPolicyType::eNearest: value = image::BorderPolicy::nearest(); return;
+        case image::eBorderPolicyType::eMirror: value = image::BorderPolicy::mirror(); return;
+        case image::eBorderPolicyType::eMirrorEdge: value = image::BorderPolicy::mirrorEdge(); return;
+        case image::eBorderPolicyType::ePeriodic: value = image::BorderPolicy::periodic(); return;
+        default:
+            fail(core::eSerializationMessage::eValueOutOfRange, s_readContext, attribute,
+                 "type " + std::to_string(type), "border policy");
+    }
 }
 
 void readValue(core::BaseIArchive& archive, double& value, const char*) {
@@ -183,5 +204,28 @@ template void BaseValueAttribute<Range>::write(core::BaseOArchive&) const;
 template void BaseValueAttribute<Range>::read(core::BaseIArchive&);
 template void BaseValueAttribute<image::eImageBufferType::domain>::write(core::BaseOArchive&) const;
 template void BaseValueAttribute<image::eImageBufferType::domain>::read(core::BaseIArchive&);
+template void BaseValueAttribute<image::BorderPolicy>::write(core::BaseOArchive&) const;
+template void BaseValueAttribute<image::BorderPolicy>::read(core::BaseIArchive&);
+
+template <class F>
+void BaseProcessorFormulaAttribute<F>::write(core::BaseOArchive& archive) const {
+    archive.beginSection(getName());
+    archive.writeBool("set", isSet());
+    if (isSet()) archive.writeString("value", getValue());
+    archive.endSection();
+}
+
+template <class F>
+void BaseProcessorFormulaAttribute<F>::read(core::BaseIArchive& archive) {
+    archive.beginSection(getName());
+    if (archive.readBool("set"))
+        setValue(archive.readString("value"));
+    else
+        clear();
+    archive.endSection();
+}
+
+template class BaseProcessorFormulaAttribute<formula::ImageFormula2dAttribute>;
+template class BaseProcessorFormulaAttribute<formula::ImageFormula3dAttribute>;
 
 }  // namespace vimra::processor

@@ -20,7 +20,8 @@ const std::vector<std::string>& operations() {
     static const std::vector<std::string> ops = {"AbsImg", "AddImgImg", "DivideImgImg", "MultiplyImgImg",
                                                  "SubtractImgImg",
                                                  "L1Norm2Img", "L1Norm3Img", "L2Norm2Img", "L2Norm3Img",
-                                                 "CartesianToPolarImg", "PolarToCartesianImg"};
+                                                 "CartesianToPolarImg", "PolarToCartesianImg",
+                                                 "Formula2dImg", "Formula3dImg"};
     return ops;
 }
 

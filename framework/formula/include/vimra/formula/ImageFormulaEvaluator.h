@@ -139,6 +139,38 @@ struct FormulaOutputTile {
     std::int64_t RowStride = 0, PlaneStride = 0;
 };
 
+/// Evaluates runs of output pixels from input images in memory, reading outside
+/// them through a border policy: the constant for grey images, false and 0 for
+/// binary and label images. Runs where every read is inside read the rows
+/// directly; runs near an edge gather. Holds its program (registers included),
+/// so one serves any number of rows of one thread.
+class FormulaImageEvaluator {
+  public:
+    /// The element types of the grey and label images come from their views. A
+    /// missing image that the formula reads, or images of one kind of different
+    /// element types, leave the evaluator failed: see status().
+    FormulaImageEvaluator(ImageFormulaManagerPtr manager, eInstructionSet::domain set,
+                          const std::array<FormulaImageView, kImageCount>& images,
+                          const image::BorderPolicy& border, FormulaImageSize outputSize);
+    ~FormulaImageEvaluator();
+    FormulaImageEvaluator(const FormulaImageEvaluator&) = delete;
+    FormulaImageEvaluator& operator=(const FormulaImageEvaluator&) = delete;
+
+    const FormulaEvalStatus& status() const { return m_status; }
+
+    /// Pixels x .. x + count - 1 of row y of plane z of the images. The formula's
+    /// coordinates are `origin` + (x, y, z): a tile of a larger image passes its
+    /// corner. Exactly one output is given: float values, or bytes 0/1.
+    FormulaEvalStatus evaluateRow(const std::array<std::int64_t, 3>& origin, std::int64_t x,
+                                  std::int64_t y, std::int64_t z, std::int64_t count,
+                                  float* numericOut, std::uint8_t* logicalOut, int maxBlock = 0);
+
+  private:
+    struct State;
+    std::unique_ptr<State> m_state;
+    FormulaEvalStatus m_status;
+};
+
 /// Evaluates a tile of the output from whole input images (indexed by image id;
 /// unused ones may be empty), reading outside them through the border policy:
 /// the constant for grey images, false and 0 for binary and label images.

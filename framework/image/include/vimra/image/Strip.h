@@ -19,8 +19,8 @@ class BaseImageYStrip2d {
   public:
     BaseImageYStrip2d() = default;
     BaseImageYStrip2d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t rows,
-                      std::uint64_t startY)
-        : m_type(type), m_sizeX(sizeX), m_rows(rows), m_startY(startY) {}
+                      std::uint64_t startY, std::uint64_t planeSizeY = 0)
+        : m_type(type), m_sizeX(sizeX), m_rows(rows), m_startY(startY), m_planeSizeY(planeSizeY) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -29,12 +29,15 @@ class BaseImageYStrip2d {
     /// Index of the strip's first row in its plane.
     std::uint64_t getStripStartOffsetY() const { return m_startY; }
     std::uint64_t getElementCount() const { return m_sizeX * m_rows; }
+    /// Height of the plane the strip belongs to.
+    std::uint64_t getPlaneSizeY() const { return m_planeSizeY; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
     std::uint64_t m_sizeX = 0;
     std::uint64_t m_rows = 0;
     std::uint64_t m_startY = 0;
+    std::uint64_t m_planeSizeY = 0;
 };
 
 /// Read-only strip of rows [startY, startY + rows) of plane (z, c, t) of an image.
@@ -85,13 +88,15 @@ class BaseImageZStrip3d {
   public:
     BaseImageZStrip3d() = default;
     BaseImageZStrip3d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t sizeY,
-                      std::uint64_t planes, std::uint64_t startZ, std::uint64_t planeStride)
+                      std::uint64_t planes, std::uint64_t startZ, std::uint64_t planeStride,
+                      std::uint64_t volumeSizeZ = 0)
         : m_type(type),
           m_sizeX(sizeX),
           m_sizeY(sizeY),
           m_planes(planes),
           m_startZ(startZ),
-          m_planeStride(planeStride) {}
+          m_planeStride(planeStride),
+          m_volumeSizeZ(volumeSizeZ) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -104,10 +109,13 @@ class BaseImageZStrip3d {
     std::uint64_t getPlaneStride() const { return m_planeStride; }
     std::uint64_t getPlaneSize() const { return m_sizeX * m_sizeY; }
     std::uint64_t getElementCount() const { return m_sizeX * m_sizeY * m_planes; }
+    /// Number of planes of the volume the strip belongs to.
+    std::uint64_t getVolumeSizeZ() const { return m_volumeSizeZ; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
     std::uint64_t m_sizeX = 0, m_sizeY = 0, m_planes = 0, m_startZ = 0, m_planeStride = 0;
+    std::uint64_t m_volumeSizeZ = 0;
 };
 
 /// Read-only strip of planes [startZ, startZ + planes) of the volume (c, t) of an image.
@@ -237,8 +245,6 @@ class InputImageYStrip2dWithKernel : public BaseImageYStrip2d {
 
     std::uint64_t getStartingKernelSizeX() const { return m_source.marginX; }
     std::uint64_t getStartingKernelSizeY() const { return m_source.marginY; }
-    /// Height of the plane the strip belongs to.
-    std::uint64_t getPlaneSizeY() const { return m_source.sizeY; }
     /// The strip's first row in the image (not widened).
     const void* getData() const {
         return m_source.volume + getStripStartOffsetY() * getSizeX() * m_elementSize;
@@ -270,8 +276,6 @@ class InputImageZStrip3dWithKernel : public BaseImageZStrip3d {
     std::uint64_t getStartingKernelSizeX() const { return m_source.marginX; }
     std::uint64_t getStartingKernelSizeY() const { return m_source.marginY; }
     std::uint64_t getStartingKernelSizeZ() const { return m_source.marginZ; }
-    /// Number of planes of the volume the strip belongs to.
-    std::uint64_t getVolumeSizeZ() const { return m_source.sizeZ; }
     /// First element of the strip's first plane in the image.
     const void* getData() const {
         return m_source.volume + getStripStartOffsetZ() * getPlaneStride() * m_elementSize;

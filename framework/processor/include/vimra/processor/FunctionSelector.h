@@ -51,6 +51,9 @@ struct KernelArgs {
     /// Operation parameters (scalars, ranges), owned by the level-3 processor and
     /// read by the kernel once per strip.
     const KernelParams* params = nullptr;
+    /// State of the operation beyond values (a formula's bound program and
+    /// images), owned by the level-3 processor; null for pixel-wise operations.
+    void* context = nullptr;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.

@@ -8,8 +8,10 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
+#include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace vimra::processor {
 
@@ -104,11 +106,45 @@ private:
     boost::weak_ptr<BufferTypeAttribute> m_type;
 };
 
-/// Description of a custom output, computed by the algorithm at initialisation time.
+/// Description of a custom output, computed by the algorithm at initialisation
+/// time: the buffer type and the geometry of the image to create, usually taken
+/// from one of the algorithm's inputs. Queries may throw; the initialiser's run
+/// turns that into a failure.
 class BaseCustomImageInfo {
 public:
     virtual ~BaseCustomImageInfo() = default;
-    virtual ProcessingResult<image::ImageDescription> computeDescription() const = 0;
+    virtual bool isOutputInitNeeded() const { return true; }
+    virtual image::eImageBufferType::domain getImageBufferType() const = 0;
+    virtual std::vector<image::eImageBufferType::domain> getImageBufferTypeVector() const {
+        return {getImageBufferType()};
+    }
+    virtual std::uint64_t getSizeX() const = 0;
+    virtual std::uint64_t getSizeY() const = 0;
+    virtual image::VolumeGeometry getVolumeGeometry() const = 0;
+    virtual image::ColorGeometry getColorGeometry() const = 0;
+    virtual image::TemporalGeometry getTemporalGeometry() const = 0;
+    virtual eImageInitializerDistributionPolicy::domain getImageInitializerDistributionPolicy() const {
+        return eImageInitializerDistributionPolicy::eSingleBuffer;
+    }
+    virtual bool hasInputImage() const = 0;
+    virtual image::ConstImagePtr getInputImage() const = 0;
+
+    /// The description assembled from the queries above.
+    virtual ProcessingResult<image::ImageDescription> computeDescription() const;
+
+    bool isInitialized() const { return m_initialized; }
+
+protected:
+    void initBase() { m_initialized = true; }
+    /// Logs and throws VIMRAImageProcessingException when initBase() has not run;
+    /// `function` names the query in the exception's context.
+    void checkInitialized(const char* function) const;
+    /// Throws VIMRABaseProcessingException: an attribute the description is read
+    /// from has been released.
+    [[noreturn]] static void throwExpiredAttribute(const char* function);
+
+private:
+    bool m_initialized = false;
 };
 
 class CustomImageInitializer final : public BaseOutputInitializer {

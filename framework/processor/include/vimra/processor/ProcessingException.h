@@ -11,4 +11,11 @@ public:
     using core::BaseException::BaseException;
 };
 
+/// Raised by the framework's image descriptions (custom output descriptions
+/// queried before they are initialised).
+class VIMRAImageProcessingException : public core::BaseException {
+public:
+    using core::BaseException::BaseException;
+};
+
 }  // namespace vimra::processor

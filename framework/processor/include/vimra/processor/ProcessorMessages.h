@@ -22,6 +22,8 @@ struct eBaseProcessingMessage {
         eUnknownAttribute = 34,
         eNullProcessor = 35,
         eNullArgument = 36,
+        eCustomImageInfoNotInitialized = 37,
+        eAttributeExpired = 38,
     };
 };
 

@@ -417,14 +417,9 @@ private:
 
 // ---- level 3 ------------------------------------------------------------------------------
 
-template <class Derived, class Op>
-class PixelwiseLvl3 : public OperationClass<Derived, Op, eLevel::eLvl3> {
-    using Traits = OperationTraits<Op>;
-    using Attrs = typename OperationClass<Derived, Op, eLevel::eLvl3>::Attrs;
-    static constexpr int s_inputs = Attrs::Inputs::size;
-    static constexpr int s_outputs = Attrs::Outputs::size;
-    static_assert(s_inputs <= processor::KernelArgs::s_maxInputs && s_outputs <= processor::KernelArgs::s_maxOutputs);
-
+/// The kernel table of a level-3 class and the instruction sets it is forced to.
+template <class Derived>
+class Level3Kernels {
 public:
     /// The class's kernel table, created on first use.
     static processor::AlgorithmFunctionSelector& retrieveFunctionSelector() {
@@ -449,6 +444,15 @@ public:
         return processor::InstructionSetsIdentifier::fromMask(
             retrieveForcedInstructionSets().load(std::memory_order_relaxed));
     }
+};
+
+template <class Derived, class Op>
+class PixelwiseLvl3 : public OperationClass<Derived, Op, eLevel::eLvl3>, public Level3Kernels<Derived> {
+    using Traits = OperationTraits<Op>;
+    using Attrs = typename OperationClass<Derived, Op, eLevel::eLvl3>::Attrs;
+    static constexpr int s_inputs = Attrs::Inputs::size;
+    static constexpr int s_outputs = Attrs::Outputs::size;
+    static_assert(s_inputs <= processor::KernelArgs::s_maxInputs && s_outputs <= processor::KernelArgs::s_maxOutputs);
 
 protected:
     BoolResult initDerived(processor::AttributeColl& attributes, processor::OutputInitializerMap& initializers,
@@ -480,9 +484,9 @@ protected:
         args.params = &params;
         // Every strip a dispatcher hands this processor has the same buffer types:
         // the kernel is looked up once and kept while key and forced sets stay the same.
-        const processor::InstructionSetsIdentifier forced = getForcedInstructionSets();
+        const processor::InstructionSetsIdentifier forced = this->getForcedInstructionSets();
         if (!m_kernel || !(types == m_kernelTypes) || forced.getMask() != m_kernelForcedMask) {
-            m_kernel = retrieveFunctionSelector().select(types, forced);
+            m_kernel = this->retrieveFunctionSelector().select(types, forced);
             m_kernelTypes = types;
             m_kernelForcedMask = forced.getMask();
         }

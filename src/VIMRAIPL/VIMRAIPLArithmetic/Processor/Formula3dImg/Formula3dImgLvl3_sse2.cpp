@@ -1,0 +1,3 @@
+#include "../../Kernel/FormulaKernels.h"
+
+VIMRA_FORMULA_ISA_KERNELS(Formula3dImg, ::vimra::eInstructionSet::eSSE2)
