@@ -51,6 +51,9 @@ struct KernelArgs {
     /// Operation parameters (scalars, ranges), owned by the level-3 processor and
     /// read by the kernel once per strip.
     const KernelParams* params = nullptr;
+    /// GPU launchers only: the launch information (gpu::LauncherInfo); in[] and
+    /// out[] then point to each image's array of device plane addresses.
+    const void* launch = nullptr;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.
