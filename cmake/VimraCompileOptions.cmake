@@ -1,9 +1,9 @@
 # Warnings and sanitizers shared by every target of the project.
 add_library(vimra_warnings INTERFACE)
-target_compile_options(vimra_warnings INTERFACE -Wall -Wextra -Wpedantic -Wno-psabi)
+target_compile_options(vimra_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wno-psabi>)
 
 if(VIMRA_SANITIZE)
-  add_compile_options(-fsanitize=${VIMRA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${VIMRA_SANITIZE};-fno-omit-frame-pointer;-fno-sanitize-recover=all>")
   add_link_options(-fsanitize=${VIMRA_SANITIZE})
 endif()
 

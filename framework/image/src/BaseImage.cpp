@@ -64,6 +64,16 @@ BaseImage::~BaseImage() = default;
 
 std::byte* BaseImage::planeAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
     if (isGpuImage()) fail("The pixels of a GPU image are not accessible from the host");
+    return anyPlaneAddress(z, c, t);
+}
+
+void* BaseImage::devicePlaneData(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
+    if (!isGpuImage()) fail("A host image has no device address; upload it to a GPU image first");
+    return anyPlaneAddress(z, c, t);
+}
+
+/// Host or device address, computed only: nothing is read here.
+std::byte* BaseImage::anyPlaneAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const {
     if (z >= getSizeZ() || c >= getSizeC() || t >= getSizeT())
         fail((boost::format("Plane (z=%d, c=%d, t=%d) is outside the image %s") % z % c % t %
               m_desc.toString())
@@ -296,7 +306,7 @@ ImageView::Box ImageView::Box::color3d(const BaseImage& parent, std::uint64_t t)
 
 ImageView::ImageView(const BaseImage& parent, const ImageDescription& desc, const Box& box,
                      boost::shared_ptr<const BaseImage> keepAlive)
-    : BaseImage(desc, parent.planeAddress(box.z0, box.c0, box.t0), parent.layout()),
+    : BaseImage(desc, parent.anyPlaneAddress(box.z0, box.c0, box.t0), parent.layout()),
       m_parent(std::move(keepAlive)) {}
 
 ConstImagePtr ImageView::create(const ConstImagePtr& parent, const Box& box) {

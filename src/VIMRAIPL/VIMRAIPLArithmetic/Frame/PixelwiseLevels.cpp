@@ -7,8 +7,21 @@ const char* levelSuffix(eLevel level) {
         case eLevel::eLvl1: return "Lvl1";
         case eLevel::eLvl2: return "Lvl2";
         case eLevel::eLvl3: return "Lvl3";
+        case eLevel::eGpuLvl3: return "GpuLvl3";
     }
     return "";
+}
+
+BoolResult refuseGpuImages(const processor::BaseProcessor& level, const char* why) {
+    for (const processor::AttributePtr& a : level.getAttributeColl()) {
+        const auto* images = dynamic_cast<const processor::BaseImageAttribute*>(a.get());
+        const image::BaseImage* img = images ? images->getImage() : nullptr;
+        if (img && img->isGpuImage())
+            return BoolResult::failure(level.getClassName() + " " + why + ": " + a->getName() +
+                                       " is a GPU image; nothing is copied between host and device, so upload "
+                                       "or download the images first");
+    }
+    return BoolResult::success();
 }
 
 }  // namespace vimra::imaproc::arithm::detail

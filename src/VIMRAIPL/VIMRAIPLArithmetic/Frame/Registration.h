@@ -55,6 +55,14 @@ private:
     processor::KernelTableRegistration m_kernels;
 };
 
+/// Static initialiser of a GPU level-3 class: the class, and its launcher
+/// selector under the class's name (the launchers come from its CUDA file).
+template <class T>
+class GpuLvl3Registration : public ClassRegistration<T> {
+public:
+    GpuLvl3Registration() { processor::registerFunctionSelector(T::getTypeName(), T::retrieveFunctionSelector()); }
+};
+
 namespace kernel {
 template <class Lvl3>
 processor::AlgorithmFunctionSelector& functionSelectorOf() {
@@ -77,4 +85,12 @@ processor::AlgorithmFunctionSelector& functionSelectorOf() {
     namespace {                                                                          \
     const Lvl3Registration<Op##Lvl3, Op##Arithmetic> g_##Op##Lvl3Registration;            \
     }                                                                                    \
+    }
+
+#define VIMRA_ARITHM_GPU_CLASS(Op)                                                              \
+    namespace vimra::imaproc::arithm {                                                          \
+    template processor::AlgorithmFunctionSelector& kernel::functionSelectorOf<Op##GpuLvl3>();    \
+    namespace {                                                                                 \
+    const GpuLvl3Registration<Op##GpuLvl3> g_##Op##GpuLvl3Registration;                         \
+    }                                                                                           \
     }

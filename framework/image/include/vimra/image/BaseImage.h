@@ -88,6 +88,9 @@ class BaseImage {
     /// out of range or a GPU image.
     const void* planeData(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) const;
     void* planeData(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0);
+    /// Device address of plane (z, c, t) of a GPU image, for kernel launches.
+    /// Throws ImageException for coordinates out of range or a host image.
+    void* devicePlaneData(std::uint64_t z = 0, std::uint64_t c = 0, std::uint64_t t = 0) const;
 
     /// Typed plane access; T must be the element type of the buffer type.
     template <class T>
@@ -145,6 +148,7 @@ class BaseImage {
     void checkElementType(eImageBufferType::domain requested) const;
     void checkXY(std::uint64_t x, std::uint64_t y) const;
     std::byte* planeAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const;
+    std::byte* anyPlaneAddress(std::uint64_t z, std::uint64_t c, std::uint64_t t) const;
 
     ImageDescription m_desc;
     std::size_t m_elementSize;
@@ -226,6 +230,11 @@ class ImageView final : public BaseImage {
     /// Throws ImageException when the box is empty or does not fit in the parent.
     static ConstImagePtr create(const ConstImagePtr& parent, const Box& box);
     static ImagePtr create(const ImagePtr& parent, const Box& box);
+
+    /// A view of a GPU image is a GPU image.
+    bool isGpuImage() const override { return m_parent->isGpuImage(); }
+    /// The image this view looks into.
+    const BaseImage& getParent() const { return *m_parent; }
 
   private:
     ImageView(const BaseImage& parent, const ImageDescription& desc, const Box& box,

@@ -250,6 +250,8 @@ using InSubImg3d3 = Attribute<"InSubImg3d3", BaseInputImageAttribute>;
 using InSubGpuImg = Attribute<"InSubGpuImg", BaseInputImageAttribute>;
 using InSubGpuImg1 = Attribute<"InSubGpuImg1", BaseInputImageAttribute>;
 using InSubGpuImg2 = Attribute<"InSubGpuImg2", BaseInputImageAttribute>;
+using InSubGpuImg3 = Attribute<"InSubGpuImg3", BaseInputImageAttribute>;
+using InSubGpuImg4 = Attribute<"InSubGpuImg4", BaseInputImageAttribute>;
 
 // Strips of level-3 processors.
 using InYStrip2d = Attribute<"InYStrip2d", BaseInputYStrip2dAttribute>;

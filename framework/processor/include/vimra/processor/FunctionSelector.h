@@ -54,6 +54,9 @@ struct KernelArgs {
     /// State of the operation beyond values (a formula's bound program and
     /// images), owned by the level-3 processor; null for pixel-wise operations.
     void* context = nullptr;
+    /// GPU launchers only: the launch information (gpu::LauncherInfo); in[] and
+    /// out[] then point to each image's array of device plane addresses.
+    const void* launch = nullptr;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.

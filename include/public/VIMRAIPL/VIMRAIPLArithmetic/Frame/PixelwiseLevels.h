@@ -47,7 +47,8 @@ using image::ImagePtr;
 using processor::BoolResult;
 using processor::ProcessingResult;
 
-enum class eLevel { eLvl1, eLvl2, eLvl3 };
+/// eGpuLvl3: a whole sub-image on the GPU, in place of level-3 strips.
+enum class eLevel { eLvl1, eLvl2, eLvl3, eGpuLvl3 };
 
 namespace detail {
 
@@ -119,12 +120,32 @@ struct OperationTraits {
 
 namespace detail {
 
+/// The GPU level's input attributes by position: InSubGpuImg alone, else InSubGpuImg1...
+template <int Count, class Indices>
+struct GpuInputs;
+template <int Count, std::size_t... I>
+struct GpuInputs<Count, std::index_sequence<I...>> {
+    using Numbered = std::tuple<attr::InSubGpuImg1, attr::InSubGpuImg2, attr::InSubGpuImg3, attr::InSubGpuImg4>;
+    static_assert(Count <= 4, "GPU operations take at most four images");
+    using type = std::conditional_t<Count == 1, TypeList<attr::InSubGpuImg>,
+                                    TypeList<std::tuple_element_t<I, Numbered>...>>;
+};
+
 /// The attributes of one level, in creation order: inputs, values, outputs.
+/// The GPU level takes GPU sub-images and the level-2 values and outputs.
 template <eLevel L, class Op>
 struct LevelAttributes {
     using Inputs = typename AttrsAt<L, typename OperationTraits<Op>::Inputs>::type;
     using Values = typename AttrsAt<L, typename OperationTraits<Op>::Values>::type;
     using Outputs = typename AttrsAt<L, typename OperationTraits<Op>::Outputs>::type;
+    using All = typename Concat<Inputs, Values, Outputs>::type;
+};
+template <class Op>
+struct LevelAttributes<eLevel::eGpuLvl3, Op> {
+    static constexpr int s_inputs = OperationTraits<Op>::Inputs::size;
+    using Inputs = typename GpuInputs<s_inputs, std::make_index_sequence<s_inputs>>::type;
+    using Values = typename AttrsAt<eLevel::eLvl2, typename OperationTraits<Op>::Values>::type;
+    using Outputs = typename AttrsAt<eLevel::eLvl2, typename OperationTraits<Op>::Outputs>::type;
     using All = typename Concat<Inputs, Values, Outputs>::type;
 };
 
@@ -174,8 +195,8 @@ struct Reversed<TypeList<C...>> {
 
 /// Identity of an operation's class at a level: names and tool tip from the
 /// operation's declaration, everything else from ProcessorClass.
-template <class Derived, class Op, eLevel L>
-class OperationClass : public processor::ProcessorClass<Derived> {
+template <class Derived, class Op, eLevel L, class Base = processor::BaseAsync1Processor>
+class OperationClass : public processor::ProcessorClass<Derived, Base> {
 public:
     using Operation = Op;
     static constexpr eLevel s_level = L;
@@ -186,6 +207,7 @@ public:
         if constexpr (L == eLevel::eLvl1) return getProcessorMessageText(Op::s_toolTipLvl1);
         if constexpr (L == eLevel::eLvl2) return getProcessorMessageText(Op::s_toolTipLvl2);
         if constexpr (L == eLevel::eLvl3) return getProcessorMessageText(Op::s_toolTipLvl3);
+        if constexpr (L == eLevel::eGpuLvl3) return getProcessorMessageText(Op::s_toolTipGpuLvl3);
     }
 
     /// The attribute object of type Attr created by init().
@@ -229,6 +251,30 @@ private:
     }
     detail::AttributeStore<typename Attrs::All> m_store;
 };
+
+namespace detail {
+
+/// The kernels' parameters of one run: each value attribute as set, or its
+/// declared default (values are the same attribute at every level).
+template <class Op, class Level, class... A>
+void readKernelValues(const Level& level, processor::KernelParams& params, TypeList<A...>) {
+    [[maybe_unused]] auto defaultOf = []<class Attr, class... C>(TypeList<C...>) {
+        double d = 0.0;
+        ((std::is_same_v<typename C::Lvl3, Attr> ? (d = C::s_default, 0) : 0), ...);
+        return d;
+    };
+    [[maybe_unused]] auto read = [&]<class Attr>() {
+        const auto& a = level.template attribute<Attr>();
+        if (a->isSet()) {
+            Attr::appendKernelParams(params, a->getValue());
+        } else {
+            params.push(defaultOf.template operator()<Attr>(typename OperationTraits<Op>::Values{}));
+        }
+    };
+    (read.template operator()<A>(), ...);
+}
+
+}  // namespace detail
 
 // ---- level 1 ------------------------------------------------------------------------------
 
@@ -325,15 +371,33 @@ protected:
     }
 };
 
-template <class Derived, class Op, class Lvl3>
+namespace detail {
+/// Fails naming the first set image that lives on the GPU, for runs that must
+/// stay on the processor (nothing is ever copied between host and device here).
+BoolResult refuseGpuImages(const processor::BaseProcessor& level, const char* why);
+/// The GPU path of a level 2 (Frame/GpuLevels.h, included by operations with a GPU class).
+template <class GpuLvl3, class Level>
+ProcessingResult<bool> tryGpuPath(const Level& level, unsigned priority, processor::ProviderPtr& provider);
+}  // namespace detail
+
+/// `GpuLvl3`: the operation's GPU level-3 class, or void for operations that run
+/// on the processor only.
+template <class Derived, class Op, class Lvl3, class GpuLvl3 = void>
 class PixelwiseLvl2 : public Level2Base<Derived, Op, eLevel::eLvl2> {
     using Traits = OperationTraits<Op>;
 
 protected:
     /// The GPU path: installs a GPU dispatcher and answers true, or answers false
     /// to run on the processor. Operations without a GPU class never launch.
-    virtual ProcessingResult<bool> tryToLaunchGpuProcess(unsigned, processor::ProviderPtr&) {
-        return ProcessingResult<bool>::success(false);
+    virtual ProcessingResult<bool> tryToLaunchGpuProcess(unsigned priority, processor::ProviderPtr& provider) {
+        if constexpr (std::is_void_v<GpuLvl3>) {
+            (void)priority, (void)provider;
+            BoolResult host = detail::refuseGpuImages(*this, "runs on the processor only");
+            if (!host) return ProcessingResult<bool>::failure(host.getMessage());
+            return ProcessingResult<bool>::success(false);
+        } else {
+            return detail::tryGpuPath<GpuLvl3>(*this, priority, provider);
+        }
     }
 
     ProcessingResult<bool> retrieveProvider(unsigned priority, processor::ProviderPtr& provider) override {
@@ -480,7 +544,7 @@ protected:
         }
         m_out[0]->describe(args.info);
         processor::KernelParams params;
-        readValues(params, typename Attrs::Values{});
+        detail::readKernelValues<Op>(*this, params, typename Attrs::Values{});
         args.params = &params;
         // Every strip a dispatcher hands this processor has the same buffer types:
         // the kernel is looked up once and kept while key and forced sets stay the same.
@@ -500,25 +564,6 @@ private:
         int i = 0, o = 0;
         ((m_in[i++] = this->template attribute<I>().get()), ...);
         ((m_out[o++] = this->template attribute<O>().get()), ...);
-    }
-    template <class... C>
-    void readValues(processor::KernelParams& params, TypeList<C...>) const {
-        (readValue<C>(params), ...);
-    }
-    template <class Attr>
-    void readValue(processor::KernelParams& params) const {
-        const auto& a = this->template attribute<Attr>();
-        if (a->isSet()) {
-            Attr::appendKernelParams(params, a->getValue());
-        } else {
-            params.push(defaultOf<Attr>(typename Traits::Values{}));
-        }
-    }
-    template <class Attr, class... C>
-    static constexpr double defaultOf(TypeList<C...>) {
-        double d = 0.0;
-        ((std::is_same_v<typename C::Lvl3, Attr> ? (d = C::s_default, 0) : 0), ...);
-        return d;
     }
     BoolResult noKernel(const processor::DataTypeIdentifierColl& types) const;
 

@@ -3,3 +3,4 @@
 #include "../../Frame/Registration.h"
 
 VIMRA_ARITHM_CLASS(AddImgImgLvl2)
+VIMRA_ARITHM_GPU_CLASS(AddImgImg)

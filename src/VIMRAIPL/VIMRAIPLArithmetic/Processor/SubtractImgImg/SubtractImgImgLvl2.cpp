@@ -3,3 +3,4 @@
 #include "../../Frame/Registration.h"
 
 VIMRA_ARITHM_CLASS(SubtractImgImgLvl2)
+VIMRA_ARITHM_GPU_CLASS(SubtractImgImg)

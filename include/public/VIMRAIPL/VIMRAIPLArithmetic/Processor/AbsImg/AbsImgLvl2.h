@@ -4,6 +4,6 @@
 
 namespace vimra::imaproc::arithm {
 
-class AbsImgLvl2 final : public PixelwiseLvl2<AbsImgLvl2, AbsImgOperation, AbsImgLvl3> {};
+class AbsImgLvl2 final : public PixelwiseLvl2<AbsImgLvl2, AbsImgOperation, AbsImgLvl3, AbsImgGpuLvl3> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/GpuLevels.h>
 
 namespace vimra::imaproc::arithm {
 
@@ -11,11 +11,13 @@ struct AbsImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eAbsImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eAbsImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eAbsImgLvl3;
+    static constexpr auto s_toolTipGpuLvl3 = eProcessorMessage::eAbsImgGpuLvl3;
     using Inputs = TypeList<shape::In>;
     using Outputs = TypeList<shape::Out<PromoteUnaryOutput<processor::ePromoteUnaryType::eAbs>>>;
     using Rule = SizeRule;
 };
 
 class AbsImgLvl3 final : public PixelwiseLvl3<AbsImgLvl3, AbsImgOperation> {};
+class AbsImgGpuLvl3 final : public GpuLvl3<AbsImgGpuLvl3, AbsImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -4,6 +4,6 @@
 
 namespace vimra::imaproc::arithm {
 
-class AddImgImgLvl2 final : public PixelwiseLvl2<AddImgImgLvl2, AddImgImgOperation, AddImgImgLvl3> {};
+class AddImgImgLvl2 final : public PixelwiseLvl2<AddImgImgLvl2, AddImgImgOperation, AddImgImgLvl3, AddImgImgGpuLvl3> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -4,6 +4,6 @@
 
 namespace vimra::imaproc::arithm {
 
-class DivideImgImgLvl2 final : public PixelwiseLvl2<DivideImgImgLvl2, DivideImgImgOperation, DivideImgImgLvl3> {};
+class DivideImgImgLvl2 final : public PixelwiseLvl2<DivideImgImgLvl2, DivideImgImgOperation, DivideImgImgLvl3, DivideImgImgGpuLvl3> {};
 
 }  // namespace vimra::imaproc::arithm

@@ -4,6 +4,6 @@
 
 namespace vimra::imaproc::arithm {
 
-class MultiplyImgImgLvl2 final : public PixelwiseLvl2<MultiplyImgImgLvl2, MultiplyImgImgOperation, MultiplyImgImgLvl3> {};
+class MultiplyImgImgLvl2 final : public PixelwiseLvl2<MultiplyImgImgLvl2, MultiplyImgImgOperation, MultiplyImgImgLvl3, MultiplyImgImgGpuLvl3> {};
 
 }  // namespace vimra::imaproc::arithm

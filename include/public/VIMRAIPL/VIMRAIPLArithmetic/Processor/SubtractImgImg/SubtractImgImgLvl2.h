@@ -4,6 +4,6 @@
 
 namespace vimra::imaproc::arithm {
 
-class SubtractImgImgLvl2 final : public PixelwiseLvl2<SubtractImgImgLvl2, SubtractImgImgOperation, SubtractImgImgLvl3> {};
+class SubtractImgImgLvl2 final : public PixelwiseLvl2<SubtractImgImgLvl2, SubtractImgImgOperation, SubtractImgImgLvl3, SubtractImgImgGpuLvl3> {};
 
 }  // namespace vimra::imaproc::arithm

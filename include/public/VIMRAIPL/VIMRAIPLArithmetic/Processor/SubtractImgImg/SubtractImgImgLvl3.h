@@ -1,6 +1,6 @@
 #pragma once
 
-#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/PixelwiseLevels.h>
+#include <VIMRAIPL/VIMRAIPLArithmetic/Frame/GpuLevels.h>
 
 namespace vimra::imaproc::arithm {
 
@@ -11,11 +11,13 @@ struct SubtractImgImgOperation {
     static constexpr auto s_toolTipLvl1 = eProcessorMessage::eSubtractImgImgLvl1;
     static constexpr auto s_toolTipLvl2 = eProcessorMessage::eSubtractImgImgLvl2;
     static constexpr auto s_toolTipLvl3 = eProcessorMessage::eSubtractImgImgLvl3;
+    static constexpr auto s_toolTipGpuLvl3 = eProcessorMessage::eSubtractImgImgGpuLvl3;
     using Inputs = TypeList<shape::In1, shape::In2>;
     using Outputs = TypeList<shape::Out<PromoteBinaryOutput<processor::ePromoteBinaryType::eSubtraction>>>;
     using Rule = SizeRule;
 };
 
 class SubtractImgImgLvl3 final : public PixelwiseLvl3<SubtractImgImgLvl3, SubtractImgImgOperation> {};
+class SubtractImgImgGpuLvl3 final : public GpuLvl3<SubtractImgImgGpuLvl3, SubtractImgImgOperation> {};
 
 }  // namespace vimra::imaproc::arithm
