@@ -19,8 +19,8 @@ class BaseImageYStrip2d {
   public:
     BaseImageYStrip2d() = default;
     BaseImageYStrip2d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t rows,
-                      std::uint64_t startY)
-        : m_type(type), m_sizeX(sizeX), m_rows(rows), m_startY(startY) {}
+                      std::uint64_t startY, bool vectorPadded = true)
+        : m_type(type), m_sizeX(sizeX), m_rows(rows), m_startY(startY), m_vectorPadded(vectorPadded) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -29,12 +29,15 @@ class BaseImageYStrip2d {
     /// Index of the strip's first row in its plane.
     std::uint64_t getStripStartOffsetY() const { return m_startY; }
     std::uint64_t getElementCount() const { return m_sizeX * m_rows; }
+    /// False for strips of caller memory without padding (BaseImage::hasVectorPadding).
+    bool hasVectorPadding() const { return m_vectorPadded; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
     std::uint64_t m_sizeX = 0;
     std::uint64_t m_rows = 0;
     std::uint64_t m_startY = 0;
+    bool m_vectorPadded = true;
 };
 
 /// Read-only strip of rows [startY, startY + rows) of plane (z, c, t) of an image.
@@ -85,13 +88,15 @@ class BaseImageZStrip3d {
   public:
     BaseImageZStrip3d() = default;
     BaseImageZStrip3d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t sizeY,
-                      std::uint64_t planes, std::uint64_t startZ, std::uint64_t planeStride)
+                      std::uint64_t planes, std::uint64_t startZ, std::uint64_t planeStride,
+                      bool vectorPadded = true)
         : m_type(type),
           m_sizeX(sizeX),
           m_sizeY(sizeY),
           m_planes(planes),
           m_startZ(startZ),
-          m_planeStride(planeStride) {}
+          m_planeStride(planeStride),
+          m_vectorPadded(vectorPadded) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -104,10 +109,13 @@ class BaseImageZStrip3d {
     std::uint64_t getPlaneStride() const { return m_planeStride; }
     std::uint64_t getPlaneSize() const { return m_sizeX * m_sizeY; }
     std::uint64_t getElementCount() const { return m_sizeX * m_sizeY * m_planes; }
+    /// False for strips of caller memory without padding (BaseImage::hasVectorPadding).
+    bool hasVectorPadding() const { return m_vectorPadded; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
     std::uint64_t m_sizeX = 0, m_sizeY = 0, m_planes = 0, m_startZ = 0, m_planeStride = 0;
+    bool m_vectorPadded = true;
 };
 
 /// Read-only strip of planes [startZ, startZ + planes) of the volume (c, t) of an image.
