@@ -60,18 +60,32 @@ py::capsule holderCapsule(const image::ImagePtr& img) {
                        [](PyObject* c) { delete static_cast<ImageHolder*>(PyCapsule_GetPointer(c, "vimra.image")); });
 }
 
-/// The image a library-created array still covers in full, or null.
+/// The image behind an array the library created (or a view of one that keeps
+/// its layout: any C-contiguous reshape of a one-plane image, or a reshape
+/// adding or dropping axes of size 1), or null.
 image::ImagePtr libraryImageOf(const py::array& a) {
     py::handle base = a.base();
+    while (base && py::isinstance<py::array>(base)) base = base.attr("base");
     if (!base || !PyCapsule_CheckExact(base.ptr())) return {};
     const char* name = PyCapsule_GetName(base.ptr());
     if (name == nullptr || std::string_view(name) != "vimra.image") return {};
-    auto* holder = static_cast<ImageHolder*>(PyCapsule_GetPointer(base.ptr(), "vimra.image"));
-    const image::ImagePtr& img = holder->image;
-    // A slice of such an array shares the base but not the whole image.
-    const std::uint64_t elements = img->getPlaneSize() * img->getPlaneCount();
-    if (a.data() != img->planeData() || static_cast<std::uint64_t>(a.size()) != elements) return {};
-    return img;
+    const image::ImagePtr& img = static_cast<ImageHolder*>(PyCapsule_GetPointer(base.ptr(), name))->image;
+    if (a.data() != img->planeData()) return {};
+    // One plane is one run of elements: any C-contiguous shape of it is the same memory.
+    if (img->getPlaneCount() == 1 && (a.flags() & py::array::c_style) &&
+        static_cast<std::uint64_t>(a.size()) == img->getPlaneSize())
+        return img;
+    // The axes of more than one element, outermost first, with their strides in bytes.
+    const auto es = static_cast<py::ssize_t>(img->getElementSize());
+    const std::pair<std::uint64_t, std::uint64_t> dims[] = {
+        {img->getSizeT(), img->getTimeStride()}, {img->getSizeC(), img->getChannelStride()},
+        {img->getSizeZ(), img->getPlaneStride()}, {img->getSizeY(), img->getSizeX()}, {img->getSizeX(), 1}};
+    std::vector<std::pair<py::ssize_t, py::ssize_t>> expected, actual;
+    for (const auto& [size, stride] : dims)
+        if (size > 1) expected.emplace_back(static_cast<py::ssize_t>(size), static_cast<py::ssize_t>(stride) * es);
+    for (py::ssize_t k = 0; k < a.ndim(); ++k)
+        if (a.shape(k) > 1) actual.emplace_back(a.shape(k), a.strides(k));
+    return expected == actual ? img : image::ImagePtr{};
 }
 
 /// What Python tells about an array: (buffer type, x, y, z, c, t, 3d, multi-channel, sequence).

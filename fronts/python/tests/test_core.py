@@ -179,6 +179,8 @@ REFUSALS = [
     ("strided input", lambda a, out: vimra.add(np.zeros((6, 40), np.int16)[:, ::2], a, out=out), ValueError,
      "ascontiguousarray"),
     ("shape mismatch", lambda a, out: vimra.add(a, a[:, :10].copy(), out=out), ValueError, "shape"),
+    ("unaligned input", lambda a, out: vimra.add(np.frombuffer(bytearray(a.nbytes + 1), np.int16, a.size, 1)
+                                                .reshape(a.shape), a, out=out), ValueError, "aligned"),
     ("list input", lambda a, out: vimra.add(a.tolist(), a, out=out), TypeError, "NumPy array"),
     ("unknown keyword", lambda a, out: vimra.add(a, a, out=out, scale=2), TypeError, "scale"),
     ("missing argument", lambda a, out: vimra.add(a, out=out), TypeError, "missing"),

@@ -94,6 +94,9 @@ def check_array(name, a, writable=False):
         raise VimraTypeError(f"{name} must be a NumPy array, not {type(a).__name__}")
     if writable and not a.flags.writeable:
         raise VimraValueError(f"{name} is read-only; pass a writeable array")
+    if not a.flags.aligned:
+        raise VimraValueError(f"{name} is not aligned for its {a.dtype} elements; pass np.require({name}, "
+                              "requirements='CA')")
     if not a.flags.c_contiguous and not _vimra.is_library_array(a):
         raise VimraValueError(f"{name} is not C-contiguous (strides {a.strides}); pass np.ascontiguousarray({name})")
 

@@ -246,6 +246,7 @@ def make(info):
 
     function.__name__ = function.__qualname__ = name
     function_async.__name__ = function_async.__qualname__ = name + "_async"
+    function.__module__ = function_async.__module__ = "vimra"  # found there: pickled by reference
     function.__doc__ = docstring(info)
     function_async.__doc__ = (f"As {name}(), started at once; returns a concurrent.futures.Future of its "
                               "result that keeps the arrays alive. cancel() stops the run.")

@@ -35,10 +35,12 @@ def stubs():
         out = "np.ndarray | None" if n == 1 else "tuple[np.ndarray, ...] | None"
         args = _ops.signature(info)
         options = _OPTIONS.format(out=out)
+        if args:
+            options = f"{args}, {options}"
         doc = info["tool_tip"].replace('"', "'")
-        lines.append(f"def {info['name']}({args}, {options}, "
+        lines.append(f"def {info['name']}({options}, "
                      f"progress: Callable[[int, int], None] | str | None = ...) -> {result}:\n    \"\"\"{doc}\"\"\"")
-        lines.append(f"def {info['name']}_async({args}, {options}) -> Future[{result}]: ...")
+        lines.append(f"def {info['name']}_async({options}) -> Future[{result}]: ...")
     return "\n".join(lines) + "\n"
 
 

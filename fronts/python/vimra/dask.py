@@ -32,9 +32,11 @@ _POSITION = re.compile(r"\b(x|y|z|width|height|depth)\b")
 
 
 def _contiguous(block):
-    # Blocks cut across the last axis are views with gaps; the library takes
-    # contiguous memory, so such a block is copied (it is task data, not the caller's).
-    return np.ascontiguousarray(block)
+    # Blocks cut across the last axis are views with gaps, and blocks received
+    # from another process may sit at any byte address; the library takes
+    # contiguous memory aligned for its elements, so such a block is copied
+    # (it is task data, not the caller's).
+    return np.require(block, requirements=["C", "A"])
 
 
 def _as_dask(name, a, like=None):
@@ -102,6 +104,11 @@ def _make(name, info):
                                                               meta=np.empty((0,) * first.ndim, dt)), dtypes)
 
         arrays = {i: _as_dask(params[i]["name"], v, first) for i, v in images.items()}
+        for i, a in arrays.items():
+            if a.shape != first.shape:
+                raise VimraValueError(f"{name}(): {params[i]['name']} has shape {a.shape}, the first image "
+                                      f"{first.shape}")
+            arrays[i] = a.rechunk(first.chunks)  # blocks pair up one to one
         order = sorted(arrays)
 
         def block_function(*blocks, pick):
@@ -115,6 +122,7 @@ def _make(name, info):
                                                           dtype=dt, meta=np.empty((0,) * first.ndim, dt)), dtypes)
 
     run.__name__ = run.__qualname__ = name
+    run.__module__ = __name__
     run.__doc__ = (f"{name}() of vimra over dask arrays, block by block (one library thread per block by "
                    f"default).\n\n{function.__doc__}")
     return run
@@ -132,6 +140,10 @@ def formula(text, *, border=None, axes=None, dtype=None, threads=1, isa=None, **
         raise VimraValueError("formula() needs at least one image")
     arrays = {k: _as_dask(k, v) for k, v in images.items()}
     first = next(iter(arrays.values()))
+    for k, a in arrays.items():
+        if a.shape != first.shape:
+            raise VimraValueError(f"formula(): {k} has shape {a.shape}, the first image {first.shape}")
+        arrays[k] = a.rechunk(first.chunks)
     axes = _core.parse_axes(axes, first.ndim)
     volume = "Z" in axes
     compiled = text if isinstance(text, Formula) else Formula(text, volume=volume)
