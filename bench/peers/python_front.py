@@ -96,7 +96,7 @@ def main():
     row("add f32 4096x4096 into out", "np.add", time_us(lambda: np.add(a, b, out=out)), base, "1 thread")
     if ne is not None:
         ne.set_num_threads(threads)
-        row("add f32 4096x4096 into out", "numexpr", time_us(lambda: ne.evaluate("a + b", out=out)), base)
+        row("add f32 4096x4096 into out", "numexpr", time_us(lambda: ne.evaluate("a + b", local_dict={"a": a, "b": b}, out=out)), base)
     del a, b, out
 
     # A formula over a volume, blockwise on Dask.
@@ -120,7 +120,8 @@ def main():
                 time_us(lambda: vimra.formula(text, I1=volume, I2=other, threads=threads)), base)
             if ne is not None:
                 ne.set_num_threads(1)
-                blocks = da.map_blocks(lambda p, q: ne.evaluate("p * 0.5 + q * q"), x, y, dtype=np.float32)
+                blocks = da.map_blocks(lambda p, q: ne.evaluate("p * 0.5 + q * q", local_dict={"p": p, "q": q}), x, y,
+                                       dtype=np.float32)
                 row(f"formula f32 4096x4096x{args.planes}", "numexpr on the chunks", time_us(lambda: blocks.compute()),
                     base)
     else:

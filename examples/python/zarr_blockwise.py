@@ -40,7 +40,7 @@ def main():
     chunks = (1, args.chunk, args.chunk)
 
     # The input, written chunk by chunk from a generator (never whole in memory).
-    source = da.random.default_rng(1).integers(0, 4096, size=shape, chunks=chunks, dtype=np.uint16)
+    source = da.random.RandomState(1).randint(0, 4096, size=shape, chunks=chunks).astype(np.uint16)
     source.to_zarr(os.path.join(args.dir, "input.zarr"))
 
     image = da.from_zarr(os.path.join(args.dir, "input.zarr"))
