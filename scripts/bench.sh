@@ -125,6 +125,19 @@ if ((${#listings[@]})); then
     --out "$results/python.json" --repetitions "$repetitions" --min-time "$min_time"
 fi
 
+# The Python front (fronts/python) and its peers: rows of their own, appended to the table.
+front_table=""
+if ((!build_failed)) && ninja -C "$build" -j "$jobs" vimra_python >/dev/null 2>&1; then
+  step "Python front"
+  planes=64
+  if ((repetitions < 5)); then planes=8; fi  # --quick: a smaller volume
+  front_table="$results/python-front.md"
+  logged "$results/python-front.log" env PYTHONPATH="$build/python" \
+    "$python" "$root/bench/peers/python_front.py" --cpp "$results/ours.json" --out "$front_table" \
+    --json "$results/python-front.json" --repetitions "$repetitions" --min-time "$min_time" --planes "$planes" ||
+    front_table=""
+fi
+
 if ((probe_after)); then
   step "bandwidth probe again (drift check)"
   logged "$results/probe-after.log" \
@@ -141,5 +154,6 @@ report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
   --note "Command: $command_line ($repetitions repetitions of at least $min_time s each, medians).")
 if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
 "${report[@]}"
+if [[ -n "$front_table" ]]; then printf '\n' >> "$results/performance-table.md"; cat "$front_table" >> "$results/performance-table.md"; fi
 echo "Table written to $results/performance-table.md (total $(($(date +%s) - start)) s)"
 exit "$build_failed"

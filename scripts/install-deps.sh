@@ -15,10 +15,11 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsimde-dev
   pybind11-dev python3-numpy
+  python3-pytest python3-dask python3-distributed python3-zarr python3-setuptools python3-wheel
 )
 for group in "$@"; do
   case "$group" in
-    --bench) packages+=(libopencv-dev python3-numexpr) ;;
+    --bench) packages+=(libopencv-dev python3-numexpr python3-opencv) ;;
     --tsan) packages+=(dpkg-dev) ;;
     --fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     *) echo "install-deps: unknown option $group" >&2; exit 2 ;;

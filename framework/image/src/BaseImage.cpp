@@ -234,11 +234,9 @@ ImagePtr Image::wrap(const ImageDescription& desc, void* data, std::uint64_t pla
               data % bufferTypeName(desc.bufferType) % elementSize)
                  .str());
     const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
-    if (planeStride % s_vectorPadding != 0 || planeStride < roundUpToPadding(planeSize))
-        fail((boost::format(
-                  "Plane stride %d is too small or not a multiple of %d for planes of %d elements; "
-                  "vector kernels need at least %d") %
-              planeStride % s_vectorPadding % planeSize % roundUpToPadding(planeSize))
+    if (planeStride < planeSize)
+        fail((boost::format("Plane stride %d is smaller than the planes of %d elements") %
+              planeStride % planeSize)
                  .str());
     std::uint64_t total = 0;
     if (!mulChecked(planeStride, desc.planeCount(), total) ||

@@ -55,7 +55,8 @@ std::uint64_t evenPiece(std::uint64_t total, std::uint64_t most) {
 InputImageYStrip2d::InputImageYStrip2d(const BaseImage& image, std::uint64_t startY,
                                        std::uint64_t rows, std::uint64_t z, std::uint64_t c,
                                        std::uint64_t t)
-    : BaseImageYStrip2d(image.getBufferType(), image.getSizeX(), rows, startY, image.getSizeY()),
+    : BaseImageYStrip2d(image.getBufferType(), image.getSizeX(), rows, startY, image.getSizeY(),
+                        image.hasVectorPadding()),
       m_elementSize(image.getElementSize()) {
     checkRows(image, startY, rows);
     m_data = static_cast<const std::byte*>(image.planeData(z, c, t)) +
@@ -68,7 +69,8 @@ const void* InputImageYStrip2d::getRow(std::uint64_t row) const {
 
 OutputImageYStrip2d::OutputImageYStrip2d(BaseImage& image, std::uint64_t startY, std::uint64_t rows,
                                          std::uint64_t z, std::uint64_t c, std::uint64_t t)
-    : BaseImageYStrip2d(image.getBufferType(), image.getSizeX(), rows, startY, image.getSizeY()),
+    : BaseImageYStrip2d(image.getBufferType(), image.getSizeX(), rows, startY, image.getSizeY(),
+                        image.hasVectorPadding()),
       m_elementSize(image.getElementSize()) {
     checkRows(image, startY, rows);
     m_data = static_cast<std::byte*>(image.planeData(z, c, t)) +
@@ -101,7 +103,7 @@ std::uint64_t chooseStripHeight(std::uint64_t sizeX, std::uint64_t sizeY,
 InputImageZStrip3d::InputImageZStrip3d(const BaseImage& image, std::uint64_t startZ,
                                        std::uint64_t planes, std::uint64_t c, std::uint64_t t)
     : BaseImageZStrip3d(image.getBufferType(), image.getSizeX(), image.getSizeY(), planes, startZ,
-                        image.getPlaneStride(), image.getSizeZ()),
+                        image.getPlaneStride(), image.getSizeZ(), image.hasVectorPadding()),
       m_elementSize(image.getElementSize()) {
     checkPlanes(image, startZ, planes);
     m_data = volumePlane(image, startZ, c, t);
@@ -110,7 +112,7 @@ InputImageZStrip3d::InputImageZStrip3d(const BaseImage& image, std::uint64_t sta
 OutputImageZStrip3d::OutputImageZStrip3d(BaseImage& image, std::uint64_t startZ,
                                          std::uint64_t planes, std::uint64_t c, std::uint64_t t)
     : BaseImageZStrip3d(image.getBufferType(), image.getSizeX(), image.getSizeY(), planes, startZ,
-                        image.getPlaneStride(), image.getSizeZ()),
+                        image.getPlaneStride(), image.getSizeZ(), image.hasVectorPadding()),
       m_elementSize(image.getElementSize()) {
     checkPlanes(image, startZ, planes);
     m_data = volumePlane(image, startZ, c, t);

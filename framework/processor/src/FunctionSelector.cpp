@@ -1,12 +1,15 @@
 #include <vimra/processor/FunctionSelector.h>
 #include <vimra/processor/ProcessorMessages.h>
 
+#include <vimra/image/BaseImage.h>
+
 #include <vimra/core/Log.h>
 #include <vimra/core/LogMessageFormater.h>
 
 #include <boost/format.hpp>
 
 #include <bit>
+#include <cstring>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -32,6 +35,15 @@ std::string DataTypeIdentifierColl::toString() const {
 void InstructionSetsIdentifier::init(std::initializer_list<eInstructionSet::domain> sets) {
     m_mask = 0;
     for (auto s : sets) add(s);
+}
+
+InstructionSetsIdentifier capInstructionSets(const InstructionSetsIdentifier& forced, eInstructionSet::domain highest) {
+    if (highest >= eInstructionSet::eAVX512) return forced;
+    InstructionSetsIdentifier capped;
+    for (auto s : {eInstructionSet::eStandard, eInstructionSet::eSSE2, eInstructionSet::eAVX, eInstructionSet::eAVX2})
+        if (s <= highest && (forced.empty() || forced.contains(s))) capped.add(s);
+    if (capped.empty()) capped.add(eInstructionSet::eStandard);
+    return capped;
 }
 
 unsigned efficiencyOf(eInstructionSet::domain set) {
@@ -237,6 +249,50 @@ KernelTableRegistration::KernelTableRegistration(AlgorithmFunctionSelector& (*se
                                                  const KernelSignature& signature) {
     if (!core::isAvailable(set)) return;
     m_count = registerKernelTable(selector(), set, table, signature);
+}
+
+}  // namespace vimra::processor
+
+namespace vimra::processor {
+
+ProcessingResult<bool> runKernelWithinBuffers(AlgorithmFunction kernel, const KernelArgs& args, int inputs,
+                                              int outputs, const std::size_t* elementSizes) {
+    constexpr std::uint64_t step = image::s_vectorPadding;  // a multiple of every set's step
+    constexpr std::size_t maxElement = 8;
+    const std::uint64_t count = args.info.count;
+    const std::uint64_t whole = count / step * step;
+    if (whole == count) return kernel(args);  // whole steps only: nothing to step past
+    if (inputs < 0 || outputs < 0 || inputs > KernelArgs::s_maxInputs || outputs > KernelArgs::s_maxOutputs)
+        return ProcessingResult<bool>::failure("runKernelWithinBuffers: too many strips");
+    for (int k = 0; k < inputs + outputs; ++k)
+        if (elementSizes[k] == 0 || elementSizes[k] > maxElement)
+            return ProcessingResult<bool>::failure("runKernelWithinBuffers: unsupported element size");
+    if (whole > 0) {
+        KernelArgs head = args;
+        head.info.count = whole;
+        ProcessingResult<bool> r = kernel(head);
+        if (!r) return r;
+    }
+    // The tail, through scratch: zero beyond the copied elements, like the padding
+    // of an owning image. An output that is also an input is read before it is written.
+    alignas(64) std::byte scratch[KernelArgs::s_maxInputs + KernelArgs::s_maxOutputs][step * maxElement] = {};
+    const std::uint64_t tail = count - whole;
+    KernelArgs last = args;
+    last.info.count = tail;
+    last.info.first = args.info.first + whole;
+    for (int i = 0; i < inputs; ++i) {
+        const std::size_t size = elementSizes[i];
+        std::memcpy(scratch[i], static_cast<const std::byte*>(args.in[i]) + whole * size, tail * size);
+        last.in[i] = scratch[i];
+    }
+    for (int o = 0; o < outputs; ++o) last.out[o] = scratch[inputs + o];
+    ProcessingResult<bool> r = kernel(last);
+    if (!r) return r;
+    for (int o = 0; o < outputs; ++o) {
+        const std::size_t size = elementSizes[inputs + o];
+        std::memcpy(static_cast<std::byte*>(args.out[o]) + whole * size, scratch[inputs + o], tail * size);
+    }
+    return r;
 }
 
 }  // namespace vimra::processor

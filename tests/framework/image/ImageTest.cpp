@@ -317,13 +317,15 @@ TEST_P(ImageByTypeAndGeometry, WrapRefusesUnsafeBuffers) {
     const std::uint64_t planeSize = desc.sizeX * desc.sizeY;
     std::vector<std::uint32_t> storage(roundUp64(planeSize + 64) * desc.planeCount() + 8);
     auto* bytes = reinterpret_cast<std::byte*>(storage.data());
-    // Too small, not a multiple of 64, or so large the image passes the size limit.
+    // Smaller than a plane, or so large the image passes the size limit.
     const std::uint64_t proper = roundUp64(planeSize);
     for (const std::uint64_t stride :
-         {proper - 64, proper + 1, proper + 32, proper - 1, std::uint64_t{63}, planeSize, kMax - 63,
-          (std::uint64_t{1} << 46) + 64}) {
-        if (stride % 64 == 0 && stride >= proper && stride < (std::uint64_t{1} << 40))
+         {proper - 64, proper + 1, proper + 32, proper - 1, std::uint64_t{63}, planeSize, planeSize - 1,
+          kMax - 63, (std::uint64_t{1} << 46) + 64}) {
+        if (stride >= planeSize && stride < (std::uint64_t{1} << 40)) {
+            EXPECT_EQ(Image::wrap(desc, bytes, stride)->hasVectorPadding(), stride >= proper) << stride;
             continue;  // acceptable
+        }
         EXPECT_THROW(Image::wrap(desc, bytes, stride), ImageException) << "stride " << stride;
     }
     EXPECT_THROW(Image::wrap(desc, nullptr, roundUp64(planeSize)), ImageException);

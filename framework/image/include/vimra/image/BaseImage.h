@@ -81,6 +81,13 @@ class BaseImage {
     /// Elements between the starts of plane (z, c, t) and (z, c, t + 1).
     std::uint64_t getTimeStride() const { return m_layout.strideT; }
 
+    /// True when every plane is followed by room for a vector kernel's overrun
+    /// (plane stride at least the plane size rounded up to 64): owning images,
+    /// their views and padded wraps. Strips of other images (caller memory that
+    /// ends at its last pixel) run their last partial vector step through a
+    /// scratch copy (processor::runKernelWithinBuffers).
+    bool hasVectorPadding() const { return m_planeStride >= roundUpToPadding(getPlaneSize()); }
+
     /// Images that live in GPU memory answer true; their pixels are not host-accessible.
     virtual bool isGpuImage() const { return false; }
 
@@ -185,12 +192,13 @@ class Image final : public BaseImage {
     static ImagePtr clone(const BaseImage& source);
 
     /// Wraps caller-owned memory laid out as described on BaseImage with the given
-    /// plane stride (in elements, consecutive z, then c, then t planes). The stride
-    /// must be a multiple of 64 and at least the plane size rounded up to 64, so
-    /// vector kernels stay inside the caller's buffer, and `data` must be aligned
-    /// for the element type. The buffer must hold planeStride * planeCount
-    /// elements, and vector kernels may write anywhere in each plane's padding.
-    /// `owner` (optional) is kept alive as long as the image.
+    /// plane stride (in elements, consecutive z, then c, then t planes), at least
+    /// the plane size; `data` must be aligned for the element type. The buffer
+    /// must hold planeStride * planeCount elements. With a stride of at least the
+    /// plane size rounded up to 64 the image is padded (hasVectorPadding) and
+    /// vector kernels may write anywhere in each plane's padding; with a smaller
+    /// one (packed planes, as other libraries' arrays come) nothing outside the
+    /// planes is read or written. `owner` (optional) is kept alive as long as the image.
     static ImagePtr wrap(const ImageDescription& desc, void* data, std::uint64_t planeStride,
                          boost::shared_ptr<void> owner = {});
 

@@ -19,8 +19,13 @@ class BaseImageYStrip2d {
   public:
     BaseImageYStrip2d() = default;
     BaseImageYStrip2d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t rows,
-                      std::uint64_t startY, std::uint64_t planeSizeY = 0)
-        : m_type(type), m_sizeX(sizeX), m_rows(rows), m_startY(startY), m_planeSizeY(planeSizeY) {}
+                      std::uint64_t startY, std::uint64_t planeSizeY = 0, bool vectorPadded = true)
+        : m_type(type),
+          m_sizeX(sizeX),
+          m_rows(rows),
+          m_startY(startY),
+          m_planeSizeY(planeSizeY),
+          m_vectorPadded(vectorPadded) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -31,6 +36,8 @@ class BaseImageYStrip2d {
     std::uint64_t getElementCount() const { return m_sizeX * m_rows; }
     /// Height of the plane the strip belongs to.
     std::uint64_t getPlaneSizeY() const { return m_planeSizeY; }
+    /// False for strips of caller memory without padding (BaseImage::hasVectorPadding).
+    bool hasVectorPadding() const { return m_vectorPadded; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
@@ -38,6 +45,7 @@ class BaseImageYStrip2d {
     std::uint64_t m_rows = 0;
     std::uint64_t m_startY = 0;
     std::uint64_t m_planeSizeY = 0;
+    bool m_vectorPadded = true;
 };
 
 /// Read-only strip of rows [startY, startY + rows) of plane (z, c, t) of an image.
@@ -89,14 +97,15 @@ class BaseImageZStrip3d {
     BaseImageZStrip3d() = default;
     BaseImageZStrip3d(eImageBufferType::domain type, std::uint64_t sizeX, std::uint64_t sizeY,
                       std::uint64_t planes, std::uint64_t startZ, std::uint64_t planeStride,
-                      std::uint64_t volumeSizeZ = 0)
+                      std::uint64_t volumeSizeZ = 0, bool vectorPadded = true)
         : m_type(type),
           m_sizeX(sizeX),
           m_sizeY(sizeY),
           m_planes(planes),
           m_startZ(startZ),
           m_planeStride(planeStride),
-          m_volumeSizeZ(volumeSizeZ) {}
+          m_volumeSizeZ(volumeSizeZ),
+          m_vectorPadded(vectorPadded) {}
 
     eImageBufferType::domain getImageBufferType() const { return m_type; }
     std::uint64_t getSizeX() const { return m_sizeX; }
@@ -111,11 +120,14 @@ class BaseImageZStrip3d {
     std::uint64_t getElementCount() const { return m_sizeX * m_sizeY * m_planes; }
     /// Number of planes of the volume the strip belongs to.
     std::uint64_t getVolumeSizeZ() const { return m_volumeSizeZ; }
+    /// False for strips of caller memory without padding (BaseImage::hasVectorPadding).
+    bool hasVectorPadding() const { return m_vectorPadded; }
 
   private:
     eImageBufferType::domain m_type = eImageBufferType::eUInt8;
     std::uint64_t m_sizeX = 0, m_sizeY = 0, m_planes = 0, m_startZ = 0, m_planeStride = 0;
     std::uint64_t m_volumeSizeZ = 0;
+    bool m_vectorPadded = true;
 };
 
 /// Read-only strip of planes [startZ, startZ + planes) of the volume (c, t) of an image.

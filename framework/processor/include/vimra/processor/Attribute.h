@@ -126,6 +126,9 @@ public:
     virtual image::eImageBufferType::domain getImageBufferType() const = 0;
     /// Fills count, sizeX, rows, planes, planeStride, startY and startZ.
     virtual void describe(ProcessingInfo& info) const = 0;
+    /// False when the strip's memory may end at its last element (caller memory
+    /// without padding): vector kernels must not step past it.
+    virtual bool hasVectorPadding() const = 0;
 };
 
 namespace detail {
@@ -159,6 +162,7 @@ public:
         }
     }
     void describe(ProcessingInfo& info) const override { detail::describeStrip(m_strip, info); }
+    bool hasVectorPadding() const override { return m_strip.hasVectorPadding(); }
 
 private:
     value_type m_strip;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vimra/core/InstructionSet.h>
+
 #include <cstdint>
 
 namespace vimra::processor {
@@ -30,7 +32,13 @@ public:
     std::uint64_t getParallelThreshold() const { return m_parallelThreshold; }
     void setParallelThreshold(std::uint64_t n) { m_parallelThreshold = n; }
 
+    /// The widest instruction set the run's kernels may use (eAVX512: no cap).
+    /// Per run, unlike core::limitInstructionSets, so concurrent runs may differ.
+    eInstructionSet::domain getHighestInstructionSet() const { return m_highestSet; }
+    void setHighestInstructionSet(eInstructionSet::domain set) { m_highestSet = set; }
+
 private:
+    eInstructionSet::domain m_highestSet = eInstructionSet::eAVX512;
     std::uint64_t m_parallelThreshold = s_defaultParallelThreshold;
     unsigned m_maxWorkers = 0;
     std::uint64_t m_stripTargetElements = 32768;

@@ -27,6 +27,10 @@ struct ProcessingInfo {
     std::uint64_t planeStride = 0;
     std::uint64_t startY = 0;
     std::uint64_t startZ = 0;
+    /// Index in the strip's run of element 0 of this call: non-zero only for the
+    /// last partial vector step of unpadded memory (runKernelWithinBuffers),
+    /// which a kernel locating pixels by position adds to its element index.
+    std::uint64_t first = 0;
 };
 
 /// The value parameters of an operation as its kernels read them: the level-3
@@ -61,6 +65,15 @@ struct KernelArgs {
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.
 using AlgorithmFunction = ProcessingResult<bool> (*)(const KernelArgs& args);
+
+/// Runs a flat kernel over strips some of whose buffers end at the run's last
+/// element (caller memory without padding), where a vector kernel's last step
+/// must not read or write past `count`: the whole 64-element steps run in place,
+/// the remaining elements through 64-element scratch copies, with the same
+/// kernel, so results are those of a padded run. `elementSizes` lists the
+/// strips' element sizes, inputs first. Strips with padding need none of this.
+ProcessingResult<bool> runKernelWithinBuffers(AlgorithmFunction kernel, const KernelArgs& args, int inputs,
+                                              int outputs, const std::size_t* elementSizes);
 
 /// Base of the identifiers that make up a kernel's key.
 class BaseDataTypeIdentifier {
@@ -121,6 +134,10 @@ public:
 private:
     std::uint32_t m_mask = 0;
 };
+
+/// `forced` (empty: every set) without the sets wider than `highest`; the
+/// standard set alone when nothing is left.
+InstructionSetsIdentifier capInstructionSets(const InstructionSetsIdentifier& forced, eInstructionSet::domain highest);
 
 /// Efficiency figure of a kernel written for an instruction set; higher wins.
 template <eInstructionSet::domain Set, int A = 0, int B = 0>

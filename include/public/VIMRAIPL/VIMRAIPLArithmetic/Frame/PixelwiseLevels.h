@@ -531,16 +531,19 @@ protected:
         return BoolResult::success();
     }
 
-    BoolResult runDerived(processor::RunContext&) override {
+    BoolResult runDerived(processor::RunContext& context) override {
         processor::KernelArgs args;
         processor::DataTypeIdentifierColl types;
+        bool padded = true;
         for (int i = 0; i < s_inputs; ++i) {
             args.in[i] = m_in[i]->getStripData();
             types.append(m_in[i]->getImageBufferType());
+            padded = padded && m_in[i]->hasVectorPadding();
         }
         for (int i = 0; i < s_outputs; ++i) {
             args.out[i] = m_out[i]->getOutputStripData();
             types.append(m_out[i]->getImageBufferType());
+            padded = padded && m_out[i]->hasVectorPadding();
         }
         m_out[0]->describe(args.info);
         processor::KernelParams params;
@@ -548,14 +551,20 @@ protected:
         args.params = &params;
         // Every strip a dispatcher hands this processor has the same buffer types:
         // the kernel is looked up once and kept while key and forced sets stay the same.
-        const processor::InstructionSetsIdentifier forced = this->getForcedInstructionSets();
+        const processor::InstructionSetsIdentifier forced = processor::capInstructionSets(
+            this->getForcedInstructionSets(), context.getPolicy().getHighestInstructionSet());
         if (!m_kernel || !(types == m_kernelTypes) || forced.getMask() != m_kernelForcedMask) {
             m_kernel = this->retrieveFunctionSelector().select(types, forced);
             m_kernelTypes = types;
             m_kernelForcedMask = forced.getMask();
         }
         if (!m_kernel) return noKernel(types);
-        return m_kernel(args).toBoolResult();
+        if (padded) return m_kernel(args).toBoolResult();
+        std::array<std::size_t, s_inputs + s_outputs> sizes{};
+        for (int i = 0; i < s_inputs; ++i) sizes[i] = image::getImageBufferBaseSize(m_in[i]->getImageBufferType());
+        for (int i = 0; i < s_outputs; ++i)
+            sizes[s_inputs + i] = image::getImageBufferBaseSize(m_out[i]->getImageBufferType());
+        return processor::runKernelWithinBuffers(m_kernel, args, s_inputs, s_outputs, sizes.data()).toBoolResult();
     }
 
 private:
