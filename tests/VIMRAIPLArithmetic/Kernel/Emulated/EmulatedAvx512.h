@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 // Intrinsics that SIMDe 0.7.4 does not provide, written from Intel's definitions
@@ -89,6 +90,20 @@ inline __m256i cvtepi32_epi16(__m512i x) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(out));
 }
 
+/// Streaming stores, as plain stores that insist on the alignment the
+/// instructions require, so that a misaligned streaming store fails here too.
+inline void checkStreamAlignment(const void* p) {
+    if (reinterpret_cast<std::uintptr_t>(p) % 64 != 0) std::abort();
+}
+inline void stream_si512(void* p, __m512i v) {
+    checkStreamAlignment(p);
+    _mm512_storeu_si512(p, v);
+}
+inline void stream_ps(float* p, __m512 v) {
+    checkStreamAlignment(p);
+    _mm512_storeu_ps(p, v);
+}
+
 }  // namespace vimra::simd::avx512emu_fill
 
 #define _mm512_cvtepu8_epi16 vimra::simd::avx512emu_fill::cvtepu8_epi16
@@ -99,6 +114,8 @@ inline __m256i cvtepi32_epi16(__m512i x) {
 #define _mm512_cvttps_epu32 vimra::simd::avx512emu_fill::cvttps_epu32
 #define _mm512_cvtepi32_epi16 vimra::simd::avx512emu_fill::cvtepi32_epi16
 #define _mm512_cvtepu32_ps vimra::simd::avx512emu_fill::cvtepu32_ps
+#define _mm512_stream_si512 vimra::simd::avx512emu_fill::stream_si512
+#define _mm512_stream_ps vimra::simd::avx512emu_fill::stream_ps
 #undef _mm512_mullo_epi32
 #define _mm512_mullo_epi32 vimra::simd::avx512emu_fill::mullo_epi32
 

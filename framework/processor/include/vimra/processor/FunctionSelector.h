@@ -51,6 +51,10 @@ struct KernelArgs {
     /// Operation parameters (scalars, ranges), owned by the level-3 processor and
     /// read by the kernel once per strip.
     const KernelParams* params = nullptr;
+    /// Write the outputs with streaming stores (the run's choice, Streaming.h).
+    /// Kernels that honour it fence before returning, so the strip's writes are
+    /// ordered before the worker reports the strip done. Results are the same either way.
+    bool streaming = false;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.

@@ -450,8 +450,9 @@ protected:
         return BoolResult::success();
     }
 
-    BoolResult runDerived(processor::RunContext&) override {
+    BoolResult runDerived(processor::RunContext& context) override {
         processor::KernelArgs args;
+        args.streaming = context.useStreamingStores();
         processor::DataTypeIdentifierColl types;
         for (int i = 0; i < s_inputs; ++i) {
             args.in[i] = m_in[i]->getStripData();
