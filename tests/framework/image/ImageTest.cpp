@@ -572,7 +572,9 @@ TEST(ImageStorage, LargeImagesAreHugePageAlignedSmallOnesHeapAllocated) {
             const ImagePtr img = Image::create(ImageDescription::make2d(c.type, c.x, c.y), c.init);
             const auto address = reinterpret_cast<std::uintptr_t>(img->planeData());
             EXPECT_EQ(address % 64, 0u);
-            if (c.large) EXPECT_EQ(address % (std::uint64_t{2} << 20), 0u) << c.x << "x" << c.y;
+            if (c.large) {
+                EXPECT_EQ(address % (std::uint64_t{2} << 20), 0u) << c.x << "x" << c.y;
+            }
             const std::uint64_t pixels = c.x * c.y, stored = img->getPlaneStride() * img->getElementSize();
             EXPECT_EQ(getLiveImageStorageBytes() - before, stored);
             const auto* bytes = static_cast<const unsigned char*>(img->planeData());
