@@ -307,9 +307,12 @@ inline constexpr bool isOutputStrip = !std::is_const_v<std::remove_pointer_t<Ptr
 template <class Ptr>
 using StripElement = std::remove_const_t<std::remove_pointer_t<Ptr>>;
 
-/// One step of elements of a strip, aligned for the widest register.
+/// One step of elements of a strip, aligned for the widest register. Left
+/// uninitialised (a tuple would value-initialise it): a streaming step writes
+/// every element before reading it, and clearing it costs more than the step.
 template <class T>
 struct alignas(64) StepBuffer {
+    StepBuffer() {}
     T v[kStep];
 };
 
@@ -332,9 +335,10 @@ inline std::uint64_t alignedStart(Ptr... strips) {
 /// over its input is computed from the input.
 template <class Arith, class Op, class... Ptr>
 inline void partialStep(const Op& op, std::uint64_t i, std::uint64_t n, Ptr... strips) {
-    std::tuple<StepBuffer<StripElement<Ptr>>...> buffers{};  // zeroed lanes past n compute harmlessly
+    std::tuple<StepBuffer<StripElement<Ptr>>...> buffers;
     [&]<std::size_t... K>(std::index_sequence<K...>) {
         auto in = [&](auto strip, auto& buffer) {
+            std::memset(buffer.v, 0, sizeof(buffer.v));  // lanes past n compute harmlessly on zeros
             if constexpr (!isOutputStrip<decltype(strip)>) std::memcpy(buffer.v, strip + i, n * sizeof(buffer.v[0]));
         };
         auto out = [&](auto strip, const auto& buffer) {
@@ -347,8 +351,9 @@ inline void partialStep(const Op& op, std::uint64_t i, std::uint64_t n, Ptr... s
 }
 
 /// A whole step at i, outputs aligned: computed into buffers, streamed out.
+/// Always inlined, with the family's step: the buffers then stay in registers.
 template <class Arith, class Op, class... Ptr>
-inline void streamingStep(const Op& op, std::uint64_t i, Ptr... strips) {
+[[gnu::always_inline, gnu::flatten]] inline void streamingStep(const Op& op, std::uint64_t i, Ptr... strips) {
     std::tuple<StepBuffer<StripElement<Ptr>>...> buffers;  // inputs' stay unused
     [&]<std::size_t... K>(std::index_sequence<K...>) {
         auto target = [&](auto strip, auto& buffer) {
