@@ -18,6 +18,7 @@
 #include <tbb/global_control.h>
 #include <vimra/core/InstructionSet.h>
 #include <vimra/image/BaseImage.h>
+#include <vimra/processor/Streaming.h>
 
 #define VIMRA_BENCH_OP_HEADER(Op) <VIMRAIPL/VIMRAIPLArithmetic/Processor/Op/Op##Lvl1.h>
 
@@ -273,9 +274,14 @@ std::string checkPixels(const std::string& op, Elem type, const vimra::image::Ba
     return {};
 }
 
+/// How a run stores its output: as the library decides, or forced to plain stores
+/// (the "/stores:plain" rows, which show what streaming buys in the same run).
+using vimra::processor::eStreamingStores;
+
 void run(benchmark::State& state, const Operation& op, const Workload& w, int threads,
-         vimra::eInstructionSet::domain isa, bool createForm) {
+         vimra::eInstructionSet::domain isa, bool createForm, eStreamingStores::domain stores) {
     vimra::core::limitInstructionSets(isa);
+    vimra::processor::setStreamingStores(stores);
     tbb::global_control cap(tbb::global_control::max_allowed_parallelism,
                             static_cast<std::size_t>(threads));
     const ConstImagePtr in1 = image(w.type, w.size, 1);
@@ -306,13 +312,20 @@ void run(benchmark::State& state, const Operation& op, const Workload& w, int th
         }
     }
     vimra::core::limitInstructionSets(vimra::eInstructionSet::eAVX512);
+    vimra::processor::setStreamingStores(eStreamingStores::eAuto);
+    // What the library chose for these calls: 1 streaming stores, 0 plain.
+    const double written = static_cast<double>(w.size) * w.size * static_cast<double>(vimra::bench::elemBytes(w.type));
+    state.counters["streaming"] =
+        stores == eStreamingStores::eOff ? 0.0
+                                         : (vimra::processor::chooseStreaming(static_cast<std::uint64_t>(written)) ? 1.0 : 0.0);
     state.SetBytesProcessed(static_cast<std::int64_t>(vimra::bench::bytesPerCall(w) *
                                                       static_cast<double>(state.iterations())));
 }
 
 void add(const std::string& name, const Operation& op, const Workload& w, int threads,
-         vimra::eInstructionSet::domain isa, bool createForm) {
-    benchmark::RegisterBenchmark(name.c_str(), run, op, w, threads, isa, createForm)
+         vimra::eInstructionSet::domain isa, bool createForm,
+         eStreamingStores::domain stores = eStreamingStores::eAuto) {
+    benchmark::RegisterBenchmark(name.c_str(), run, op, w, threads, isa, createForm, stores)
         ->UseRealTime()
         ->Unit(benchmark::kMicrosecond);
 }
@@ -337,6 +350,8 @@ int main(int argc, char** argv) {
         }
     }
     benchmark::AddCustomContext("instruction_sets", offered);
+    benchmark::AddCustomContext("streaming_cache_bytes",
+                                std::to_string(vimra::processor::getStreamingCacheBytes()));
 
     for (const Workload& w : vimra::bench::workloads()) {
         const Operation* op = nullptr;
@@ -353,6 +368,8 @@ int main(int argc, char** argv) {
                     eInstructionSet::eAVX512, true);
             }
             if (!w.isaSweep) continue;
+            add(name + vimra::bench::isaTag("best") + "/stores:plain", *op, w, threads, eInstructionSet::eAVX512,
+                false, eStreamingStores::eOff);
             for (const auto set : sets) {
                 if (!vimra::core::isSupportedByProcessor(set)) continue;
                 // Only float has an AVX kernel; capped at AVX, other types run SSE2's.

@@ -85,6 +85,15 @@ def spreads(doc):
     return out
 
 
+def streaming(doc):
+    """{run name: whether the library chose streaming stores} (the "streaming" counter)."""
+    out = {}
+    for b in (doc or {}).get("benchmarks", []):
+        if b.get("run_type") == "aggregate" and b.get("aggregate_name") == "median" and "streaming" in b:
+            out[b["run_name"].replace("/real_time", "")] = b["streaming"] > 0.5
+    return out
+
+
 def errors(doc):
     out = {}
     for b in (doc or {}).get("benchmarks", []):
@@ -101,7 +110,7 @@ def parse(name):
     return {
         "impl": m["impl"], "op": m["op"], "type": m["type"], "w": int(m["w"]), "h": int(m["h"]),
         "threads": int(m["threads"]), "isa": rest.get("isa", "best"),
-        "form": rest.get("form", "given"),
+        "form": rest.get("form", "given"), "stores": rest.get("stores", "auto"),
     }
 
 
@@ -204,9 +213,10 @@ def main():
         return limit.get((kernel, label, threads))
 
     # Results of every implementation, keyed by workload and thread count.
-    results, spread, order = {}, {}, []
+    results, spread, order, streamed = {}, {}, [], {}
     for impl_doc in ("ours", "opencv", "python"):
         cvs = spreads(docs[impl_doc])
+        chosen = streaming(docs[impl_doc])
         for name, (us, _) in medians(docs[impl_doc]).items():
             p = parse(name)
             if p is None:
@@ -214,8 +224,12 @@ def main():
             wkey = (p["op"], p["type"], p["w"], p["h"], p["form"])
             if wkey not in order:
                 order.append(wkey)
-            results[(p["impl"], wkey, p["threads"], p["isa"])] = us
-            spread[(p["impl"], wkey, p["threads"], p["isa"])] = cvs.get(name)
+            # Runs forced to plain stores are listed as an instruction-set row of their own.
+            isa = p["isa"] + (", plain stores" if p["stores"] == "plain" else "")
+            results[(p["impl"], wkey, p["threads"], isa)] = us
+            spread[(p["impl"], wkey, p["threads"], isa)] = cvs.get(name)
+            if name in chosen:
+                streamed[(p["impl"], wkey, p["threads"], isa)] = chosen[name]
     impls = sorted({k[0] for k in results if k[0] != "ours"})
     if args.order and os.path.exists(args.order):
         listed = []
@@ -253,8 +267,10 @@ def main():
                 peer_time = fmt_time(best[1], best[2])
                 if ours:
                     ratio = f"{best[1] / ours:.2f}x"
+            chose = streamed.get(("ours", wkey, t, "best"))
             main_rows.append([
-                label, t, fmt_time(ours, spread.get(("ours", wkey, t, "best"))), f"{gbs:.1f}" if gbs else "—",
+                label, t, fmt_time(ours, spread.get(("ours", wkey, t, "best"))),
+                "—" if chose is None else ("streaming" if chose else "plain"), f"{gbs:.1f}" if gbs else "—",
                 f"{lim:.1f}" if lim and ours else "—",
                 f"{gbs / lim:.0%}" if (gbs and lim) else "—",
                 peer_label, peer_time, ratio])
@@ -298,6 +314,10 @@ def main():
                f"last-level cache {llc >> 20} MiB; {compiler}; release build.")
     out.append(f"Load average (1 min) when each program started (our own runs included): "
                f"{', '.join(loads)}.")
+    cache = int((docs["ours"] or {}).get("context", {}).get("streaming_cache_bytes", "0") or 0)
+    if cache:
+        out.append(f"Our kernels stream their stores when a run writes more than {cache / 2**21:.0f} MiB "
+                   f"(half of the {cache >> 20} MiB of cache the library counts on here).")
     for n in args.note:
         out.append(n)
     out.append("")
@@ -308,14 +328,16 @@ def main():
                      [f"{t} thread{'s' if t > 1 else ''}" for t in thread_counts],
                      dram_rows, ["l"] + ["r"] * len(thread_counts)))
     out.append("")
-    out.append(table(["workload", "threads", "ours (median)", "GB/s", "limit GB/s", "of limit",
+    out.append(table(["workload", "threads", "ours (median)", "stores", "GB/s", "limit GB/s", "of limit",
                       "best peer", "peer (median)", "ours vs peer"],
-                     main_rows, ["l", "r", "r", "r", "r", "r", "l", "r", "r"]))
+                     main_rows, ["l", "r", "r", "l", "r", "r", "r", "l", "r", "r"]))
     out.append("")
     out.append("Times are medians; ±: coefficient of variation of the repetitions. "
                "ours vs peer = peer time / our time (above 1: ours is faster). limit = probe with the "
                "same shape (copy: one input, add: two), thread count and array size as the "
-               "workload's images, the faster of plain and streaming stores. "
+               "workload's images, the faster of plain and streaming stores. stores: what the "
+               "library chose for the run (streaming stores when the run writes more than half the "
+               "cache it counts on; docs/performance.md). "
                "Small images are bound by per-call overhead: no bandwidth limit is given.")
     overhead = [(t, results.get(("ours", ("add", "u8", 64, 64, "given"), t, "best")))
                 for t in thread_counts]

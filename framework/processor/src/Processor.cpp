@@ -1,5 +1,6 @@
 #include <vimra/processor/Processor.h>
 #include <vimra/processor/ProcessorMessages.h>
+#include <vimra/processor/Streaming.h>
 
 #include <vimra/core/Log.h>
 #include <vimra/core/LogMessageFormater.h>
@@ -85,6 +86,22 @@ BoolResult BaseProcessor::initializeOutputs(std::vector<AttributePtr>& created) 
     return BoolResult::success();
 }
 
+void BaseProcessor::decideStreaming(RunContext& context) const {
+    if (context.isStreamingDecided()) return;
+    bool hasImages = false;
+    std::uint64_t bytes = 0;
+    for (const AttributePtr& a : m_attributes) {
+        if (a->isInput()) continue;
+        const auto* attribute = dynamic_cast<const BaseImageAttribute*>(a.get());
+        const image::BaseImage* img = attribute ? attribute->getImage() : nullptr;
+        if (!img) continue;
+        hasImages = true;
+        bytes += img->getSizeX() * img->getSizeY() * img->getPlaneCount() * img->getElementSize();
+    }
+    // Strip processors have no output images: a run started below level 1 keeps plain stores.
+    if (hasImages) context.decideStreamingStores(chooseStreaming(bytes));
+}
+
 BoolResult BaseProcessor::execute(RunContext& context) {
     if (!m_initialized)
         return BoolResult::failure((boost::format("Processor %s is not initialised") % getObjectName()).str());
@@ -100,6 +117,7 @@ BoolResult BaseProcessor::execute(RunContext& context) {
                                                                  result.getMessage()));
         }
         if (result) result = initializeOutputs(created);
+        if (result) decideStreaming(context);
         if (result && context.isCancellationRequested())
             result = BoolResult::failure(getObjectName() + ": processing cancelled");
         if (result) result = runDerived(context);

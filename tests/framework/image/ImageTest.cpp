@@ -550,3 +550,42 @@ TEST(ImageDescriptionText, NamesTypeAndDimensions) {
 }
 
 }  // namespace
+
+// Large images get storage of their own on a huge-page boundary; small ones come
+// from the heap. Either way the storage starts on 64 bytes, is zero where asked
+// (padding always), holds what is written and is counted until released.
+TEST(ImageStorage, LargeImagesAreHugePageAlignedSmallOnesHeapAllocated) {
+    struct Case {
+        eImageBufferType::domain type;
+        std::uint64_t x, y;
+        Image::eInit init;
+        bool large;
+    };
+    const Case cases[] = {
+        {eImageBufferType::eUInt8, 2048, 2047, Image::eInit::eZero, false},  // just under 4 MiB
+        {eImageBufferType::eUInt8, 2048, 2048, Image::eInit::eZero, true},
+        {eImageBufferType::eFloat, 1000, 1111, Image::eInit::eUninitialized, true},
+        {eImageBufferType::eUInt16, 999, 2101, Image::eInit::eZero, true},  // padded plane
+        {eImageBufferType::eInt8, 300, 7, Image::eInit::eUninitialized, false},
+    };
+    for (const Case& c : cases) {
+        const std::uint64_t before = getLiveImageStorageBytes();
+        {
+            const ImagePtr img = Image::create(ImageDescription::make2d(c.type, c.x, c.y), c.init);
+            const auto address = reinterpret_cast<std::uintptr_t>(img->planeData());
+            EXPECT_EQ(address % 64, 0u);
+            if (c.large) {
+                EXPECT_EQ(address % (std::uint64_t{2} << 20), 0u) << c.x << "x" << c.y;
+            }
+            const std::uint64_t pixels = c.x * c.y, stored = img->getPlaneStride() * img->getElementSize();
+            EXPECT_EQ(getLiveImageStorageBytes() - before, stored);
+            const auto* bytes = static_cast<const unsigned char*>(img->planeData());
+            const std::uint64_t from = c.init == Image::eInit::eZero ? 0 : pixels * img->getElementSize();
+            for (std::uint64_t i = from; i < stored; i += 4093) ASSERT_EQ(bytes[i], 0u) << "byte " << i;
+            ASSERT_EQ(bytes[stored - 1], 0u);
+            img->setValue(7.0, c.x - 1, c.y - 1);
+            EXPECT_EQ(img->getValue(c.x - 1, c.y - 1), 7.0);
+        }
+        EXPECT_EQ(getLiveImageStorageBytes(), before);
+    }
+}

@@ -14,6 +14,7 @@ typedef simde__mmask16 __mmask16;
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 // Intrinsics that SIMDe 0.7.4 does not provide, written from Intel's definitions
@@ -111,6 +112,19 @@ inline __m512 fnmadd_ps(__m512 a, __m512 b, __m512 c) {
     for (int i = 0; i < 16; ++i) x[i] = std::fmaf(-x[i], y[i], z[i]);
     return _mm512_loadu_ps(x);
 }
+/// Streaming stores, as plain stores that insist on the alignment the
+/// instructions require, so that a misaligned streaming store fails here too.
+inline void checkStreamAlignment(const void* p) {
+    if (reinterpret_cast<std::uintptr_t>(p) % 64 != 0) std::abort();
+}
+inline void stream_si512(void* p, __m512i v) {
+    checkStreamAlignment(p);
+    _mm512_storeu_si512(p, v);
+}
+inline void stream_ps(float* p, __m512 v) {
+    checkStreamAlignment(p);
+    _mm512_storeu_ps(p, v);
+}
 
 }  // namespace vimra::simd::avx512emu_fill
 
@@ -122,6 +136,8 @@ inline __m512 fnmadd_ps(__m512 a, __m512 b, __m512 c) {
 #define _mm512_cvttps_epu32 vimra::simd::avx512emu_fill::cvttps_epu32
 #define _mm512_cvtepi32_epi16 vimra::simd::avx512emu_fill::cvtepi32_epi16
 #define _mm512_cvtepu32_ps vimra::simd::avx512emu_fill::cvtepu32_ps
+#define _mm512_stream_si512 vimra::simd::avx512emu_fill::stream_si512
+#define _mm512_stream_ps vimra::simd::avx512emu_fill::stream_ps
 #undef _mm512_mullo_epi32
 #define _mm512_mullo_epi32 vimra::simd::avx512emu_fill::mullo_epi32
 #undef _mm512_fmadd_ps

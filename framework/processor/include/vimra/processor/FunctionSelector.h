@@ -61,6 +61,10 @@ struct KernelArgs {
     /// GPU launchers only: the launch information (gpu::LauncherInfo); in[] and
     /// out[] then point to each image's array of device plane addresses.
     const void* launch = nullptr;
+    /// Write the outputs with streaming stores (the run's choice, Streaming.h).
+    /// Kernels that honour it fence before returning, so the strip's writes are
+    /// ordered before the worker reports the strip done. Results are the same either way.
+    bool streaming = false;
 };
 
 /// A typed kernel. Kernels have no failure path of their own; they return success.

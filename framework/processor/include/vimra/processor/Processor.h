@@ -25,8 +25,9 @@ namespace vimra::processor {
 
 class BaseProcessor;
 
-/// Shared by every level of one run: cancellation and the dispatch policy of the
-/// level-1 processor that started it.
+/// Shared by every level of one run: cancellation, the dispatch policy of the
+/// level-1 processor that started it and whether the run's kernels stream their
+/// stores (Streaming.h).
 class RunContext {
 public:
     explicit RunContext(const ProcessorDispatchPolicy& policy) : m_policy(policy) {}
@@ -34,8 +35,20 @@ public:
     bool isCancellationRequested() const { return m_cancel.load(std::memory_order_relaxed); }
     const ProcessorDispatchPolicy& getPolicy() const { return m_policy; }
 
+    /// The first decision stands: the outermost processor with output images
+    /// decides for the whole run, before any sub-run starts (which then reads it).
+    void decideStreamingStores(bool streaming) {
+        int undecided = s_undecided;
+        m_streaming.compare_exchange_strong(undecided, streaming ? 1 : 0, std::memory_order_relaxed);
+    }
+    bool isStreamingDecided() const { return m_streaming.load(std::memory_order_relaxed) != s_undecided; }
+    /// False until decided.
+    bool useStreamingStores() const { return m_streaming.load(std::memory_order_relaxed) == 1; }
+
 private:
+    static constexpr int s_undecided = -1;
     std::atomic<bool> m_cancel{false};
+    std::atomic<int> m_streaming{s_undecided};
     ProcessorDispatchPolicy m_policy;
 };
 
@@ -144,6 +157,7 @@ private:
     }
     [[noreturn]] void throwUnknownAttribute(const char* accessor, const char* name) const;
     BoolResult checkInputs() const;
+    void decideStreaming(RunContext& context) const;
     BoolResult initializeOutputs(std::vector<AttributePtr>& created);
 
     AttributeColl m_attributes;

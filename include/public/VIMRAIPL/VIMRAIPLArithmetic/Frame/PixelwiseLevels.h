@@ -533,6 +533,7 @@ protected:
 
     BoolResult runDerived(processor::RunContext& context) override {
         processor::KernelArgs args;
+        args.streaming = context.useStreamingStores();
         processor::DataTypeIdentifierColl types;
         bool padded = true;
         for (int i = 0; i < s_inputs; ++i) {

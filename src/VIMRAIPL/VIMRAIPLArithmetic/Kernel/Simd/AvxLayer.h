@@ -29,6 +29,17 @@ inline RegF loadFloat(const float* p) {
 inline void storeFloat(float* p, RegF v) {
     _mm256_storeu_ps(p, v);
 }
+/// Streaming (non-temporal) stores: `p` aligned to kRegBytes. Weakly ordered:
+/// a kernel that uses them calls storeFence() before it returns.
+inline void streamInt(void* p, Reg v) {
+    _mm256_stream_si256(static_cast<Reg*>(p), v);
+}
+inline void streamFloat(float* p, RegF v) {
+    _mm256_stream_ps(p, v);
+}
+inline void storeFence() {
+    _mm_sfence();
+}
 
 inline RegF add(F32, RegF a, RegF b) {
     return _mm256_add_ps(a, b);

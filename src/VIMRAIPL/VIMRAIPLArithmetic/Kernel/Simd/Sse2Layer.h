@@ -33,6 +33,17 @@ inline RegF loadFloat(const float* p) {
 inline void storeFloat(float* p, RegF v) {
     _mm_storeu_ps(p, v);
 }
+/// Streaming (non-temporal) stores: `p` aligned to kRegBytes. Weakly ordered:
+/// a kernel that uses them calls storeFence() before it returns.
+inline void streamInt(void* p, Reg v) {
+    _mm_stream_si128(static_cast<Reg*>(p), v);
+}
+inline void streamFloat(float* p, RegF v) {
+    _mm_stream_ps(p, v);
+}
+inline void storeFence() {
+    _mm_sfence();
+}
 
 // ---- wrap-around integer arithmetic -------------------------------------------------------
 

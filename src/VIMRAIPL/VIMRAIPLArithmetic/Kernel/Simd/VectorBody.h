@@ -21,11 +21,11 @@
 #include "../VectorKernels.h"
 
 #include <cstddef>
-#include <tuple>
-#include <utility>
-
 #include <cstdint>
+#include <cstring>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 
 namespace vimra::simd::VIMRA_SIMD_NS {
 
@@ -80,6 +80,19 @@ inline void store(T* p, const Block<T>& b) {
             storeFloat(p + j * Block<T>::s_lanesPerReg, b.r[j]);
         } else {
             storeInt(p + j * Block<T>::s_lanesPerReg, b.r[j]);
+        }
+    }
+}
+
+/// store() with streaming stores; p aligned to kRegBytes.
+template <class T>
+inline void stream(T* p, const Block<T>& b) {
+#pragma GCC unroll 4
+    for (int j = 0; j < Block<T>::s_regs; ++j) {
+        if constexpr (isFloatLane<T>) {
+            streamFloat(p + j * Block<T>::s_lanesPerReg, b.r[j]);
+        } else {
+            streamInt(p + j * Block<T>::s_lanesPerReg, b.r[j]);
         }
     }
 }
@@ -493,10 +506,107 @@ inline void vectorLoop(const Op& op, std::uint64_t count, Ptr... strips) {
     for (std::uint64_t i = 0; i < count; i += kStep) vectorStep(typename Arith::Tag{}, op, i, strips...);
 }
 
+// ---- streaming loop -----------------------------------------------------------------------
+//
+// The families' steps store through store(); the streaming loop leaves them as they
+// are and hands each step an aligned buffer of one step per output instead, then
+// streams the buffer out (the compiler forwards the buffer's registers: it is never
+// in memory). Streaming stores need aligned addresses, so the loop starts with a
+// partial step up to the first aligned element and ends with a partial step over
+// what is left: unlike the plain loop it reads and writes nothing past the count.
+
+template <class Ptr>
+inline constexpr bool isOutputStrip = !std::is_const_v<std::remove_pointer_t<Ptr>>;
+
+template <class Ptr>
+using StripElement = std::remove_const_t<std::remove_pointer_t<Ptr>>;
+
+/// One step of elements of a strip, aligned for the widest register. Left
+/// uninitialised (a tuple would value-initialise it): a streaming step writes
+/// every element before reading it, and clearing it costs more than the step.
+template <class T>
+struct alignas(64) StepBuffer {
+    StepBuffer() {}
+    T v[kStep];
+};
+
+/// Elements to skip from the strips' start before every output is aligned to a
+/// register (0 when they all are), or kStep when no count aligns them all.
+template <class... Ptr>
+inline std::uint64_t alignedStart(Ptr... strips) {
+    for (std::uint64_t h = 0; h < kStep; ++h) {
+        bool aligned = true;
+        ((aligned = aligned && (!isOutputStrip<Ptr> ||
+                                reinterpret_cast<std::uintptr_t>(strips + h) % kRegBytes == 0)),
+         ...);
+        if (aligned) return h;
+    }
+    return kStep;
+}
+
+/// Elements [i, i + n) (n <= kStep) through buffers: exactly n elements of each
+/// input are read and n of each output written, inputs first, so that an output
+/// over its input is computed from the input.
+template <class Arith, class Op, class... Ptr>
+inline void partialStep(const Op& op, std::uint64_t i, std::uint64_t n, Ptr... strips) {
+    std::tuple<StepBuffer<StripElement<Ptr>>...> buffers;
+    [&]<std::size_t... K>(std::index_sequence<K...>) {
+        auto in = [&](auto strip, auto& buffer) {
+            std::memset(buffer.v, 0, sizeof(buffer.v));  // lanes past n compute harmlessly on zeros
+            if constexpr (!isOutputStrip<decltype(strip)>) std::memcpy(buffer.v, strip + i, n * sizeof(buffer.v[0]));
+        };
+        auto out = [&](auto strip, const auto& buffer) {
+            if constexpr (isOutputStrip<decltype(strip)>) std::memcpy(strip + i, buffer.v, n * sizeof(buffer.v[0]));
+        };
+        (in(strips, std::get<K>(buffers)), ...);
+        vectorStep(typename Arith::Tag{}, op, 0, static_cast<Ptr>(std::get<K>(buffers).v)...);
+        (out(strips, std::get<K>(buffers)), ...);
+    }(std::index_sequence_for<Ptr...>{});
+}
+
+/// A whole step at i, outputs aligned: computed into buffers, streamed out.
+/// Always inlined, with the family's step: the buffers then stay in registers.
+template <class Arith, class Op, class... Ptr>
+[[gnu::always_inline, gnu::flatten]] inline void streamingStep(const Op& op, std::uint64_t i, Ptr... strips) {
+    std::tuple<StepBuffer<StripElement<Ptr>>...> buffers;  // inputs' stay unused
+    [&]<std::size_t... K>(std::index_sequence<K...>) {
+        auto target = [&](auto strip, auto& buffer) {
+            if constexpr (isOutputStrip<decltype(strip)>) {
+                return static_cast<decltype(strip)>(buffer.v);
+            } else {
+                return strip + i;
+            }
+        };
+        auto out = [&](auto strip, const auto& buffer) {
+            if constexpr (isOutputStrip<decltype(strip)>) stream(strip + i, load(buffer.v));
+        };
+        vectorStep(typename Arith::Tag{}, op, 0, target(strips, std::get<K>(buffers))...);
+        (out(strips, std::get<K>(buffers)), ...);
+    }(std::index_sequence_for<Ptr...>{});
+}
+
+template <class Arith, class Op, class... Ptr>
+inline void streamingLoop(const Op& op, std::uint64_t count, Ptr... strips) {
+    const std::uint64_t head = alignedStart(strips...);
+    if (head == kStep) {  // outputs that no start aligns together: plain stores
+        vectorLoop<Arith>(op, count, strips...);
+        return;
+    }
+    std::uint64_t i = head < count ? head : count;
+    if (i > 0) partialStep<Arith>(op, 0, i, strips...);
+    for (; count - i >= kStep; i += kStep) streamingStep<Arith>(op, i, strips...);
+    if (i < count) partialStep<Arith>(op, i, count - i, strips...);
+    storeFence();
+}
+
 template <class Arith, eInstructionSet::domain S, class... T, std::size_t... K>
 processor::ProcessingResult<bool> vectorKernel(const processor::KernelArgs& args, std::index_sequence<K...>) {
-    vectorLoop<Arith>(bindStrip<Arith, S, T...>(args.params), args.info.count,
-                      stripAt<T, K, Arith::s_inputs>(args)...);
+    const auto op = bindStrip<Arith, S, T...>(args.params);
+    if (args.streaming) {
+        streamingLoop<Arith>(op, args.info.count, stripAt<T, K, Arith::s_inputs>(args)...);
+    } else {
+        vectorLoop<Arith>(op, args.info.count, stripAt<T, K, Arith::s_inputs>(args)...);
+    }
     return imaproc::arithm::kernel::vectorKernelSuccess();
 }
 
