@@ -89,12 +89,12 @@ image::ImagePtr libraryImageOf(const py::array& a) {
 }
 
 /// What Python tells about an array: (buffer type, x, y, z, c, t, 3d, multi-channel, sequence).
-struct ImageSpec {
+struct ImageLayout {
     int bufferType;
     std::uint64_t x, y, z, c, t;
     bool volume3d, multiChannel, sequence;
 
-    static ImageSpec from(const py::handle& h) {
+    static ImageLayout from(const py::handle& h) {
         const auto v = h.cast<py::tuple>();
         if (v.size() != 9) fail("value", "an image is described by 9 values");
         return {v[0].cast<int>(),   v[1].cast<std::uint64_t>(), v[2].cast<std::uint64_t>(),
@@ -103,7 +103,7 @@ struct ImageSpec {
     }
 };
 
-image::ImageDescription describe(const ImageSpec& s) {
+image::ImageDescription describe(const ImageLayout& s) {
     return image::ImageDescription::make(
         static_cast<eImageBufferType::domain>(s.bufferType), s.x, s.y,
         s.volume3d ? image::VolumeGeometry::make3d(s.z) : image::VolumeGeometry::make2d(),
@@ -114,8 +114,8 @@ image::ImageDescription describe(const ImageSpec& s) {
 /// The array as an image, without a copy. C-contiguous arrays are wrapped in
 /// place (packed planes: the kernels then keep to the array's own memory);
 /// arrays the library created are its images themselves.
-image::ImagePtr imageOf(const py::array& a, const ImageSpec& spec, bool writable) {
-    const image::ImageDescription desc = describe(spec);
+image::ImagePtr imageOf(const py::array& a, const ImageLayout& layout, bool writable) {
+    const image::ImageDescription desc = describe(layout);
     const std::size_t elementSize = image::getImageBufferBaseSize(desc.bufferType);
     if (static_cast<std::size_t>(a.itemsize()) != elementSize)
         fail("type", "array items of " + std::to_string(a.itemsize()) + " bytes do not hold " +
@@ -168,7 +168,7 @@ public:
                 continue;
             }
             const auto pair = o.cast<py::tuple>();
-            outs.push_back(imageOf(pair[0].cast<py::array>(), ImageSpec::from(pair[1]), true));
+            outs.push_back(imageOf(pair[0].cast<py::array>(), ImageLayout::from(pair[1]), true));
             anyOutput = true;
         }
         if (anyOutput && std::find(outs.begin(), outs.end(), nullptr) != outs.end())
@@ -253,7 +253,7 @@ private:
         switch (info.kind) {
             case catalogue::eArgumentKind::eImage: {
                 const auto pair = v.cast<py::tuple>();
-                return image::ConstImagePtr(imageOf(pair[0].cast<py::array>(), ImageSpec::from(pair[1]), false));
+                return image::ConstImagePtr(imageOf(pair[0].cast<py::array>(), ImageLayout::from(pair[1]), false));
             }
             case catalogue::eArgumentKind::eNumber: return v.cast<double>();
             case catalogue::eArgumentKind::eRange: {

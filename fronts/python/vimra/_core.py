@@ -124,14 +124,14 @@ def parse_axes(axes, ndim, name="axes"):
     return axes
 
 
-def image_spec(a, axes):
+def image_layout(a, axes):
     """(buffer type, x, y, z, c, t, 3d, multi-channel, sequence) of an array with axes."""
     sizes = dict(zip(axes, a.shape))
     return (BUFFER_TYPES[a.dtype], sizes["X"], sizes["Y"], sizes.get("Z", 1), sizes.get("C", 1),
             sizes.get("T", 1), "Z" in axes, "C" in axes, "T" in axes)
 
 
-def flat_spec(a):
+def flat_layout(a):
     """An array of any shape as one 2d image: rows of its last axis."""
     x = a.shape[-1] if a.ndim else 1
     y = math.prod(a.shape[:-1]) if a.ndim > 1 else 1

@@ -109,7 +109,7 @@ class Prepared:
                                           f"{params[self.images[0][0]]['name']} {first.shape}: shapes must be equal")
             self.axes = None
             self.shape = first.shape
-            spec = _core.flat_spec
+            layout = _core.flat_layout
         else:
             self.axes = _core.parse_axes(axes, first.ndim)
             self.shape = first.shape
@@ -124,24 +124,24 @@ class Prepared:
                                               f"{params[i]['name']} has {a.shape}")
                     own[i] = self.axes
 
-            def spec(a, _i=None):
-                return _core.image_spec(a, own[_i])
+            def layout(a, _i=None):
+                return _core.image_layout(a, own[_i])
         self.values = []
         for i, (p, v) in enumerate(zip(params, values)):
             if p["kind"] == "image":
                 if v is None:
                     self.values.append(None)
                 else:
-                    self.values.append((v, spec(v) if self.kind == "elementwise" else spec(v, i)))
+                    self.values.append((v, layout(v) if self.kind == "elementwise" else layout(v, i)))
             else:
                 self.values.append(_value(info, p, v))
         self.outs, dtypes = _outputs(info, out, dtype)
         if dtypes is not None:
             self.outs = [np.empty(self.shape, dtype=np.dtype(dt)) for dt in dtypes if _core.buffer_type(dt)]
         self.out_given = out is not None
-        self.out_specs = None
+        self.out_layouts = None
         if self.outs is not None:
-            specs = []
+            layouts = []
             for k, o in enumerate(self.outs):
                 label = "out" if len(self.outs) == 1 else f"out[{k}]"
                 if not isinstance(o, np.ndarray):
@@ -152,8 +152,8 @@ class Prepared:
                 _core.check_array(label, o, writable=True)
                 if o.shape != self.shape:
                     raise VimraValueError(f"{label} has shape {o.shape}; this call writes {self.shape}")
-                specs.append((o, _core.flat_spec(o) if self.kind == "elementwise" else _core.image_spec(o, self.axes)))
-            self.out_specs = specs
+                layouts.append((o, _core.flat_layout(o) if self.kind == "elementwise" else _core.image_layout(o, self.axes)))
+            self.out_layouts = layouts
 
     def finish(self, arrays):
         """Shapes the outputs: the caller's own arrays, or the created ones seen with the inputs' axes."""
@@ -166,7 +166,7 @@ class Prepared:
         return result[0] if len(result) == 1 else tuple(result)
 
     def call(self, threads, isa):
-        return _core.Call(self.info["name"], self.values, self.out_specs or [], threads, isa, self.finish,
+        return _core.Call(self.info["name"], self.values, self.out_layouts or [], threads, isa, self.finish,
                           math.prod(self.shape))
 
 
@@ -207,7 +207,7 @@ def _run_chunked(prepared, threads, isa, progress):
         r1 = min(rows, r0 + step)
         def band(a):
             view = a.reshape(rows, width)[r0:r1]
-            return (view, _core.flat_spec(view))
+            return (view, _core.flat_layout(view))
 
         values = [band(v[0]) if isinstance(v, tuple) and isinstance(v[0], np.ndarray) else v
                   for v in prepared.values]

@@ -258,7 +258,7 @@ TEST(Formula2dImg, NumericResultsRoundHalfAwayAndWrapIdenticallyOnEverySet) {
             }));
         }
     }
-    // The cases the description spells out.
+    // The documented conversion edge cases.
     ImagePtr out = Image::create2d(eImageBufferType::eUInt8, 2, 1);
     ImagePtr pair = Image::create2d(eImageBufferType::eFloat, 2, 1);
     pair->at<float>(0, 0) = 300.4f;
