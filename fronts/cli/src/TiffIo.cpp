@@ -354,15 +354,8 @@ TiffWriter::TiffWriter(const std::string& path, const WriteFormat& format, bool 
                        const std::vector<std::string>& inputs)
     : m_path(path), m_format(format), m_ctx(std::make_unique<TiffContext>()) {
     namespace fs = std::filesystem;
-    std::error_code ec;
+    checkDestination(path, force, inputs);
     const fs::path dest(path);
-    for (const auto& in : inputs)
-        if (fs::equivalent(dest, fs::path(in), ec))
-            usageError("output " + path + " is also an input; write to another file");
-    if (fs::exists(dest, ec)) {
-        if (fs::is_directory(dest, ec)) fileError("output is a directory", path);
-        if (!force) fileError("output exists; use --force to replace it", path);
-    }
     const fs::path dir = dest.has_parent_path() ? dest.parent_path() : fs::path(".");
     std::string tmpl = (dir / ("." + dest.filename().string() + ".XXXXXX")).string();
     const int fd = ::mkstemp(tmpl.data());
@@ -392,10 +385,32 @@ TiffWriter::TiffWriter(const std::string& path, const WriteFormat& format, bool 
         abandon();
         fail("cannot open the output for writing");
     }
-    // Strips of about 256 KiB: small enough to stream, large enough for the codecs.
-    const std::uint64_t planeRowBytes = format.planar == PLANARCONFIG_SEPARATE ? rowBytes / format.samples : rowBytes;
-    m_rowsPerStrip = static_cast<std::uint32_t>(
-        std::clamp<std::uint64_t>((256 * 1024) / std::max<std::uint64_t>(planeRowBytes, 1), 1, format.height));
+    m_rowsPerStrip =
+        stripRows(format.width, format.height, format.planar == PLANARCONFIG_SEPARATE ? 1 : format.samples);
+}
+
+std::uint32_t TiffWriter::stripRows(std::uint32_t width, std::uint32_t height, std::uint32_t samplesPerStrip) {
+    // Strips of about 256 KiB of 4-byte samples: small enough to stream, large
+    // enough for the codecs. Independent of the sample size, so that bands can be
+    // cut before the output's type is known.
+    const std::uint64_t rowBytes = std::uint64_t{width} * samplesPerStrip * 4;
+    return static_cast<std::uint32_t>(
+        std::clamp<std::uint64_t>((256 * 1024) / std::max<std::uint64_t>(rowBytes, 1), 1, height));
+}
+
+void TiffWriter::checkDestination(const std::string& path, bool force, const std::vector<std::string>& inputs) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const fs::path dest(path);
+    for (const auto& in : inputs)
+        if (fs::equivalent(dest, fs::path(in), ec))
+            usageError("output " + path + " is also an input; write to another file");
+    if (fs::exists(dest, ec)) {
+        if (fs::is_directory(dest, ec)) fileError("output is a directory", path);
+        if (!force) fileError("output exists; use --force to replace it", path);
+    }
+    const fs::path dir = dest.has_parent_path() ? dest.parent_path() : fs::path(".");
+    if (!fs::is_directory(dir, ec)) fileError("the output's folder does not exist", path);
 }
 
 TiffWriter::~TiffWriter() {

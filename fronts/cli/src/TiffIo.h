@@ -124,6 +124,8 @@ class TiffWriter {
     TiffWriter(const std::string& path, const WriteFormat& format, bool force,
                const std::vector<std::string>& inputs);
     ~TiffWriter();
+    /// The destination checks of the constructor, for callers that check before working.
+    static void checkDestination(const std::string& path, bool force, const std::vector<std::string>& inputs);
     TiffWriter(const TiffWriter&) = delete;
     TiffWriter& operator=(const TiffWriter&) = delete;
 
@@ -131,6 +133,8 @@ class TiffWriter {
     const std::string& temporaryPath() const { return m_tmpPath; }
     /// Rows written in one call (a whole number of strips, except at the page's end).
     std::uint32_t rowsPerStrip() const { return m_rowsPerStrip; }
+    /// The rows per strip of a file of this width and height.
+    static std::uint32_t stripRows(std::uint32_t width, std::uint32_t height, std::uint32_t samplesPerStrip);
 
     /// Writes rows [y0, y0 + rows) of `page` from one plane per sample. Pages are
     /// written in order, each from top to bottom in whole strips.
