@@ -15,10 +15,11 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsimde-dev
   pybind11-dev python3-numpy
+  libcli11-dev libtiff-tools golang-golang-x-image-dev
 )
 for group in "$@"; do
   case "$group" in
-    --bench) packages+=(libopencv-dev python3-numexpr) ;;
+    --bench) packages+=(libopencv-dev python3-numexpr libvips-tools) ;;
     --tsan) packages+=(dpkg-dev) ;;
     --fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     *) echo "install-deps: unknown option $group" >&2; exit 2 ;;

@@ -76,6 +76,7 @@ std::string helpFooter(const catalogue::OperationInfo& op) {
 /// The values one operation subcommand collects.
 struct OperationOptions {
     const catalogue::OperationInfo* op = nullptr;
+    const catalogue::OperationInfo* volumeOp = nullptr;
     CLI::App* command = nullptr;
     std::vector<std::string> text;       ///< per argument: image path, text, buffer type name
     std::vector<double> numbers;         ///< per argument
@@ -194,6 +195,7 @@ void addOperation(CLI::App& app, std::deque<OperationOptions>& all, RunSettings&
 OperationCall callOf(const OperationOptions& o) {
     OperationCall call;
     call.op = o.op;
+    call.volumeOp = o.volumeOp;
     call.commandName = o.command->get_name();
     call.outputs = o.outputs;
     const std::size_t n = o.op->arguments.size();
@@ -305,6 +307,21 @@ int run(int argc, char** argv) {
     RunSettings settings;
     std::deque<OperationOptions> operations;
     for (const auto& op : catalogue::operations()) addOperation(app, operations, settings, op, op.kebabName());
+    // An operation with a 2d and a 3d form (same arguments) also gets a name of
+    // its own that picks the form from the inputs.
+    for (const auto& op : catalogue::operations()) {
+        const std::string name = op.kebabName();
+        if (name.size() < 3 || name.compare(name.size() - 2, 2, "2d") != 0) continue;
+        const std::string base = name.substr(0, name.size() - 2);
+        const catalogue::OperationInfo* volume = catalogue::findOperation(base + "3d");
+        if (!volume || catalogue::findOperation(base) || volume->arguments.size() != op.arguments.size() ||
+            !std::equal(op.arguments.begin(), op.arguments.end(), volume->arguments.begin(),
+                        [](const auto& a, const auto& b) { return a.name == b.name && a.kind == b.kind; }))
+            continue;
+        addOperation(app, operations, settings, op, base);
+        operations.back().volumeOp = volume;
+        operations.back().command->description(op.toolTip + " (the 3d form when an input is a volume)");
+    }
 
     try {
         app.parse(argc, argv);

@@ -111,12 +111,13 @@ eImageBufferType::domain bufferTypeByName(const std::string& name) {
     usageError("unknown buffer type '" + name + "' (known: " + known + ")");
 }
 
-void runOperation(const OperationCall& call, const RunOptions& options) {
-    const catalogue::OperationInfo& op = *call.op;
-    if (call.outputs.size() != op.outputs.size())
-        usageError(call.commandName + " writes " + std::to_string(op.outputs.size()) + " output" +
-                   (op.outputs.size() == 1 ? "" : "s") + ": give " +
-                   (op.outputs.size() == 1 ? "one -o FILE" : std::to_string(op.outputs.size()) + " -o FILE") +
+void runOperation(const OperationCall& request, const RunOptions& options) {
+    OperationCall call = request;
+    if (call.outputs.size() != call.op->outputs.size())
+        usageError(call.commandName + " writes " + std::to_string(call.op->outputs.size()) + " output" +
+                   (call.op->outputs.size() == 1 ? "" : "s") + ": give " +
+                   (call.op->outputs.size() == 1 ? "one -o FILE"
+                                                  : std::to_string(call.op->outputs.size()) + " -o FILE") +
                    " (got " + std::to_string(call.outputs.size()) + ")");
     for (std::size_t i = 0; i < call.outputs.size(); ++i)
         for (std::size_t j = 0; j < i; ++j)
@@ -135,6 +136,9 @@ void runOperation(const OperationCall& call, const RunOptions& options) {
         inputs.push_back(std::move(in));
     }
     if (inputs.empty()) usageError(call.commandName + " needs at least one input image");
+    if (call.volumeOp && std::any_of(inputs.begin(), inputs.end(), [](const Input& in) { return in.layout.volume3d; }))
+        call.op = call.volumeOp;
+    const catalogue::OperationInfo& op = *call.op;
     for (const auto& out : call.outputs) TiffWriter::checkDestination(out, options.force, inputPaths);
     const Input& first = inputs.front();
     const PageFormat& f0 = first.file->format();

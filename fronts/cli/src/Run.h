@@ -31,6 +31,8 @@ struct RunOptions {
 
 struct OperationCall {
     const catalogue::OperationInfo* op = nullptr;
+    /// The 3d form of a 2d operation (same arguments), used when an input is a volume.
+    const catalogue::OperationInfo* volumeOp = nullptr;
     std::string commandName;                  ///< as typed, for messages and progress
     std::vector<catalogue::ArgumentValue> values;  ///< per argument; images are left unset here
     std::vector<std::optional<std::string>> imagePaths;  ///< per argument: the file of an image

@@ -70,7 +70,11 @@ StackLayout layoutOf(const TiffReader& file, eStackMode mode) {
     StackLayout l;
     l.sizeC = samples;
     l.multiChannel = samples > 1;
-    if (mode == eStackMode::ePages) return l;
+    if (mode == eStackMode::ePages) {
+        // Pages side by side, each a 2d image of its own: counted, never stacked.
+        l.sizeZ = pages;
+        return l;
+    }
     if (mode == eStackMode::eAuto) {
         if (const auto h = parseImageJ(file.metadata().description)) {
             if (h->images > pages)

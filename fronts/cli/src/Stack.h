@@ -49,7 +49,7 @@ struct StackLayout {
     }
 };
 
-/// The layout of a file read in `mode` (pages mode: the layout of one page).
+/// The layout of a file read in `mode` (pages mode: 2d pages, counted in sizeZ).
 StackLayout layoutOf(const TiffReader& file, eStackMode mode);
 /// The layout an output image is written with, following the first input's where it can.
 StackLayout layoutForOutput(const image::BaseImage& out, const StackLayout& input);

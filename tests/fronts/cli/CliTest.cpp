@@ -30,23 +30,6 @@ using image::eImageBufferType;
 
 const char* const s_goldenDir = "/usr/share/gocode/src/golang.org/x/image/testdata";
 
-struct TempDir {
-    fs::path dir;
-    TempDir() {
-        std::string t = (fs::temp_directory_path() / "vimra-arith-cli-XXXXXX").string();
-        if (!::mkdtemp(t.data())) throw std::runtime_error("mkdtemp failed");
-        dir = t;
-    }
-    ~TempDir() { fs::remove_all(dir); }
-    std::string file(const std::string& name) const { return (dir / name).string(); }
-    std::vector<std::string> names() const {
-        std::vector<std::string> n;
-        for (const auto& e : fs::directory_iterator(dir)) n.push_back(e.path().filename().string());
-        std::sort(n.begin(), n.end());
-        return n;
-    }
-};
-
 std::string slurp(const std::string& path) {
     std::ifstream in(path);
     std::stringstream s;

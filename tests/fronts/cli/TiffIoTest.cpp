@@ -20,17 +20,6 @@ using image::eImageBufferType;
 
 constexpr std::uint64_t s_maxAlloc = std::uint64_t{1} << 30;
 
-struct TempDir {
-    fs::path dir;
-    TempDir() {
-        std::string t = (fs::temp_directory_path() / "vimra-arith-io-XXXXXX").string();
-        if (!::mkdtemp(t.data())) throw std::runtime_error("mkdtemp failed");
-        dir = t;
-    }
-    ~TempDir() { fs::remove_all(dir); }
-    std::string file(const std::string& name) const { return (dir / name).string(); }
-};
-
 std::string describe(const SampleSpec& s) {
     std::string d = std::string(image::bufferTypeName(s.type)) + "_" + std::to_string(s.samples) + "s_" +
                     compressionName(s.compression) + (s.tile ? "_tile" + std::to_string(s.tile)

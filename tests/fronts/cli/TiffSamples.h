@@ -8,7 +8,11 @@
 
 #include <tiffio.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
@@ -16,6 +20,27 @@
 #include <vector>
 
 namespace vimra::cli::test {
+
+/// A fresh folder, removed with everything in it at the end of the test.
+struct TempDir {
+    std::filesystem::path dir;
+    TempDir() {
+        std::string t = (std::filesystem::temp_directory_path() / "vimra-arith-test-XXXXXX").string();
+        if (!::mkdtemp(t.data())) throw std::runtime_error("mkdtemp failed");
+        dir = t;
+    }
+    ~TempDir() { std::filesystem::remove_all(dir); }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    std::string file(const std::string& name) const { return (dir / name).string(); }
+    /// The names in the folder, sorted.
+    std::vector<std::string> names() const {
+        std::vector<std::string> n;
+        for (const auto& e : std::filesystem::directory_iterator(dir)) n.push_back(e.path().filename().string());
+        std::sort(n.begin(), n.end());
+        return n;
+    }
+};
 
 struct SampleSpec {
     std::uint32_t width = 37, height = 23;
