@@ -60,6 +60,13 @@ bool isPositional(const catalogue::ArgumentInfo& a) {
     return !a.optional && (a.kind == catalogue::eArgumentKind::eImage || a.kind == catalogue::eArgumentKind::eText);
 }
 
+/// A tool tip without the "Level 1 algorithm: " that every level-1 class starts with.
+std::string describeOperation(const catalogue::OperationInfo& op) {
+    const std::string& t = op.toolTip;
+    const auto colon = t.find(": ");
+    return t.rfind("Level ", 0) == 0 && colon != std::string::npos ? t.substr(colon + 2) : t;
+}
+
 std::string helpFooter(const catalogue::OperationInfo& op) {
     std::ostringstream s;
     s << "Outputs (one -o FILE each, in this order):\n";
@@ -152,7 +159,7 @@ void addOperation(CLI::App& app, std::deque<OperationOptions>& all, RunSettings&
     o.numbers.resize(n);
     o.ranges.resize(n);
     o.given.resize(n, nullptr);
-    CLI::App* cmd = app.add_subcommand(name, op.toolTip);
+    CLI::App* cmd = app.add_subcommand(name, describeOperation(op));
     o.command = cmd;
     cmd->footer(helpFooter(op));
     for (std::size_t i = 0; i < n; ++i) {
@@ -224,7 +231,8 @@ void listOperations(bool json) {
         std::size_t width = 0;
         for (const auto& op : ops) width = std::max(width, op.kebabName().size());
         for (const auto& op : ops)
-            std::printf("  %-*s  %s\n", static_cast<int>(width), op.kebabName().c_str(), op.toolTip.c_str());
+            std::printf("  %-*s  %s\n", static_cast<int>(width), op.kebabName().c_str(),
+                        describeOperation(op).c_str());
         return;
     }
     std::string s = "[";
@@ -320,9 +328,17 @@ int run(int argc, char** argv) {
             continue;
         addOperation(app, operations, settings, op, base);
         operations.back().volumeOp = volume;
-        operations.back().command->description(op.toolTip + " (the 3d form when an input is a volume)");
+        operations.back().command->description(describeOperation(op) + " (the 3d form when an input is a volume)");
     }
 
+    // An unknown operation is named as such, not as a missing subcommand.
+    const auto known = [&](const std::string& name) {
+        const auto subs = app.get_subcommands([&](CLI::App* sub) { return sub->check_name(name); });
+        return !subs.empty();
+    };
+    if (argc > 1 && argv[1][0] != '-' && !known(argv[1]))
+        return report(Failure(eExit::eUsage, std::string("unknown operation '") + argv[1] +
+                                                 "' (vimra-arith list shows them)"));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -169,7 +169,7 @@ inline void writeSample(const std::string& path, const SampleSpec& s) {
     TIFFClose(tif);
 }
 
-/// A file read back with libtiff's scanline interface (strips only): per page,
+/// A file read back with libtiff's scanline or tile interface: per page,
 /// per sample, row-major values as double, plus the tags the tests look at.
 struct ReadBack {
     std::uint32_t width = 0, height = 0;
@@ -213,16 +213,37 @@ inline ReadBack readBack(const std::string& path) {
                              : elem == 2 ? image::eImageBufferType::eUInt16 : image::eImageBufferType::eUInt32);
         const bool separate = r.planar == PLANARCONFIG_SEPARATE;
         std::vector<std::vector<double>> page(r.samples, std::vector<double>(std::size_t{r.width} * r.height));
-        std::vector<unsigned char> line(static_cast<std::size_t>(TIFFScanlineSize(tif)));
-        for (std::uint32_t plane = 0; plane < (separate ? r.samples : 1u); ++plane)
-            for (std::uint32_t y = 0; y < r.height; ++y) {
-                if (TIFFReadScanline(tif, line.data(), y, static_cast<tsample_t>(plane)) < 0)
-                    throw std::runtime_error("TIFFReadScanline failed in " + path);
-                for (std::uint32_t x = 0; x < r.width; ++x)
-                    for (std::uint32_t c = 0; c < (separate ? 1u : r.samples); ++c)
-                        page[separate ? plane : c][std::size_t{y} * r.width + x] =
-                            loadValue(type, line.data() + (std::size_t{x} * (separate ? 1 : r.samples) + c) * elem);
-            }
+        const std::uint32_t perPixel = separate ? 1 : r.samples;
+        // Copies a decoded block (w x h pixels at x0, y0) of one plane into the page.
+        const auto take = [&](const unsigned char* block, std::uint32_t plane, std::uint32_t x0, std::uint32_t y0,
+                              std::uint32_t w, std::uint32_t h) {
+            for (std::uint32_t y = 0; y < h && y0 + y < r.height; ++y)
+                for (std::uint32_t x = 0; x < w && x0 + x < r.width; ++x)
+                    for (std::uint32_t c = 0; c < perPixel; ++c)
+                        page[separate ? plane : c][std::size_t{y0 + y} * r.width + x0 + x] =
+                            loadValue(type, block + ((std::size_t{y} * w + x) * perPixel + c) * elem);
+        };
+        if (TIFFIsTiled(tif)) {
+            std::uint32_t tw = 0, th = 0;
+            TIFFGetField(tif, TIFFTAG_TILEWIDTH, &tw);
+            TIFFGetField(tif, TIFFTAG_TILELENGTH, &th);
+            std::vector<unsigned char> tile(static_cast<std::size_t>(TIFFTileSize(tif)));
+            for (std::uint32_t plane = 0; plane < (separate ? r.samples : 1u); ++plane)
+                for (std::uint32_t y = 0; y < r.height; y += th)
+                    for (std::uint32_t x = 0; x < r.width; x += tw) {
+                        if (TIFFReadTile(tif, tile.data(), x, y, 0, static_cast<tsample_t>(plane)) < 0)
+                            throw std::runtime_error("TIFFReadTile failed in " + path);
+                        take(tile.data(), plane, x, y, tw, th);
+                    }
+        } else {
+            std::vector<unsigned char> line(static_cast<std::size_t>(TIFFScanlineSize(tif)));
+            for (std::uint32_t plane = 0; plane < (separate ? r.samples : 1u); ++plane)
+                for (std::uint32_t y = 0; y < r.height; ++y) {
+                    if (TIFFReadScanline(tif, line.data(), y, static_cast<tsample_t>(plane)) < 0)
+                        throw std::runtime_error("TIFFReadScanline failed in " + path);
+                    take(line.data(), plane, 0, y, r.width, 1);
+                }
+        }
         r.pages.push_back(std::move(page));
     } while (TIFFReadDirectory(tif));
     TIFFClose(tif);
