@@ -7,6 +7,7 @@
 // together in one translation unit.
 
 #include "../Kernel/KernelFile.h"
+#include "CatalogueEntry.h"
 #include "../Kernel/PortableKernels.h"
 
 #include <VIMRAIPL/VIMRAIPLArithmetic/ProcessorLogMessages.h>
@@ -33,6 +34,8 @@ public:
                                                                 &T::createSharedObject);
         core::MessageMapRegistrator<eProcessorMessage>::process();
         processor::ProcessorFactory::getInstance().registerProcessor<T>();
+        if constexpr (requires { T::s_level; })
+            if constexpr (T::s_level == eLevel::eLvl1) catalogue::registerOperation(catalogue::detail::describe<T>());
     }
 };
 

@@ -6,9 +6,13 @@
 // attribute creation, splits, kernel arguments and entry functions from it.
 
 #include <vimra/processor/Attribute.h>
+#include <vimra/processor/Promotion.h>
 #include <vimra/processor/Dispatcher.h>
 #include <vimra/processor/OutputInitializer.h>
 #include <vimra/processor/Rule.h>
+
+#include <optional>
+#include <string>
 
 namespace vimra::imaproc::arithm {
 
@@ -43,6 +47,9 @@ struct ValueChain {
 };
 
 // ---- output initialisers, chosen by the operation ------------------------------------------
+// Each also says, for the operation catalogue, how it chooses the type
+// (`describe`, given how fronts name attributes) and which type it creates
+// for given input types (`resultType`, given a lookup by attribute name).
 
 template <processor::ePromoteBinaryType::domain Rule, bool LargerGeometry = false, class Out = attr::OutImg,
           class In1 = attr::InImg1, class In2 = attr::InImg2>
@@ -52,6 +59,17 @@ struct PromoteBinaryOutput {
         return processor::promoteBinary(level.template attribute<Out>(), level.template attribute<In1>(),
                                         level.template attribute<In2>(), Rule, LargerGeometry);
     }
+    template <class NameOf>
+    static std::string describe(const NameOf& nameOf) {
+        return std::string("promoted from ") + nameOf(In1::s_name) + " and " + nameOf(In2::s_name) + " (" +
+               processor::promoteBinaryName(Rule) + " table)";
+    }
+    template <class Lookup>
+    static std::optional<image::eImageBufferType::domain> resultType(const Lookup& typeOf) {
+        const auto a = typeOf(In1::s_name), b = typeOf(In2::s_name);
+        if (!a || !b) return std::nullopt;
+        return processor::promoteBinary(Rule, *a, *b);
+    }
 };
 
 template <processor::ePromoteUnaryType::domain Rule, class Input = attr::InImg, class Out = attr::OutImg>
@@ -59,6 +77,17 @@ struct PromoteUnaryOutput {
     template <class Level>
     static processor::OutputInitializerPtr make(const Level& level) {
         return processor::promoteUnary(level.template attribute<Out>(), level.template attribute<Input>(), Rule);
+    }
+    template <class NameOf>
+    static std::string describe(const NameOf& nameOf) {
+        return std::string("promoted from ") + nameOf(Input::s_name) + " (" + processor::promoteUnaryName(Rule) +
+               " table)";
+    }
+    template <class Lookup>
+    static std::optional<image::eImageBufferType::domain> resultType(const Lookup& typeOf) {
+        const auto a = typeOf(Input::s_name);
+        if (!a) return std::nullopt;
+        return processor::promoteUnary(Rule, *a);
     }
 };
 
@@ -70,6 +99,14 @@ struct DuplicateOutput {
         return processor::duplicateInOut(level.template attribute<Out>(), level.template attribute<Input>(),
                                          processor::eImageInitializerStoragePolicy::eHostMemory);
     }
+    template <class NameOf>
+    static std::string describe(const NameOf& nameOf) {
+        return "the type of " + nameOf(Input::s_name);
+    }
+    template <class Lookup>
+    static std::optional<image::eImageBufferType::domain> resultType(const Lookup& typeOf) {
+        return typeOf(Input::s_name);
+    }
 };
 
 /// The input's geometry with a fixed buffer type.
@@ -79,6 +116,14 @@ struct FixedTypeOutput {
     static processor::OutputInitializerPtr make(const Level& level) {
         return processor::duplicateInOut(level.template attribute<Out>(), level.template attribute<Input>(), Type,
                                          processor::eImageInitializerDistributionPolicy::eSingleBuffer);
+    }
+    template <class NameOf>
+    static std::string describe(const NameOf&) {
+        return image::bufferTypeName(Type);
+    }
+    template <class Lookup>
+    static std::optional<image::eImageBufferType::domain> resultType(const Lookup&) {
+        return Type;
     }
 };
 

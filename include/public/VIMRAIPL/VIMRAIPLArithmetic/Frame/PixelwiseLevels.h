@@ -178,6 +178,7 @@ template <class Derived, class Op, eLevel L>
 class OperationClass : public processor::ProcessorClass<Derived> {
 public:
     using Operation = Op;
+    static constexpr eLevel s_level = L;
 
     static std::string objectNameText() { return std::string(Op::s_name) + detail::levelSuffix(L); }
     static std::string typeNameText() { return "vimra::imaproc::arithm::" + objectNameText(); }
