@@ -120,8 +120,9 @@ void addRunOptions(CLI::App& cmd, RunSettings& s) {
     cmd.add_flag("--progress", s.progress, "show progress on stderr even when it is not a terminal")->group(group);
     cmd.add_option("--max-memory", s.maxMemory, "memory a run may hold (e.g. 2G); default: half the machine's")
         ->group(group);
-    // Band size, for tests that cut small files into many bands; not for users.
-    cmd.add_option("--band-elements", s.bandElements)->group("")->check(CLI::PositiveNumber);
+    // Band size (0: whole images), for tests that cut small files into many bands
+    // or take them whole; not for users.
+    cmd.add_option("--band-elements", s.bandElements)->group("");
 }
 
 RunOptions runOptions(const RunSettings& s) {

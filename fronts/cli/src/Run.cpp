@@ -151,7 +151,7 @@ void runOperation(const OperationCall& request, const RunOptions& options) {
                in.layout.channelsInSamples == first.layout.channelsInSamples;
     });
     // Pixel by pixel, bands of rows give the same result as whole images.
-    const bool banded = sameFormat && !readsNeighbourhoods(op);
+    const bool banded = sameFormat && !readsNeighbourhoods(op) && options.bandElements > 0;
     if (pagewise && !banded)
         for (const Input& in : inputs)
             if (in.file->pageCount() != first.file->pageCount())

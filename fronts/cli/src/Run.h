@@ -25,7 +25,8 @@ struct RunOptions {
     bool progress = false;
     unsigned threads = 0;  ///< 0: every worker the scheduler has
     std::uint64_t maxMemory = 0;
-    /// Elements of one input band; smaller values make more, thinner bands.
+    /// Elements of one input band; smaller values make more, thinner bands; 0
+    /// processes whole images.
     std::uint64_t bandElements = std::uint64_t{1} << 22;
 };
 

@@ -150,13 +150,17 @@ struct FileKind {
     std::uint32_t pages;
     std::uint16_t samples;
     std::uint32_t tile;
-    const char* bandElements;  ///< the tool's band size: small ones cut pages into several bands
+    std::string description;
+    std::vector<std::string> options;  ///< --band-elements: small values cut pages into several bands, 0 none
 };
 
 const FileKind s_kinds[] = {
-    {"page", 1, 1, 0, "4194304"},
-    {"volumeInBands", 3, 1, 0, "100"},
-    {"rgbTiledInBands", 2, 3, 16, "300"},
+    {"page", 1, 1, 0, "", {}},
+    {"volumeInBandsOneThreadSse2", 3, 1, 0, "", {"--band-elements", "100", "--threads", "1", "--isa", "sse2"}},
+    {"rgbTiledInBands", 2, 3, 16, "", {"--band-elements", "300"}},
+    {"hyperstackWhole", 4, 1, 0, "ImageJ=1.53t\nimages=4\nchannels=2\nframes=2\nhyperstack=true\n",
+     {"--band-elements", "0"}},
+    {"pagesOnTheirOwn", 3, 1, 16, "", {"--stack", "pages"}},
 };
 
 class EveryOperation : public ::testing::TestWithParam<std::string> {};
@@ -185,6 +189,7 @@ TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
                 spec.pages = kind.pages;
                 spec.samples = kind.samples;
                 spec.tile = kind.tile;
+                spec.description = kind.description;
                 spec.seed = 11 * image + 3;
                 // Mixed types make the promotion rules matter.
                 const eImageBufferType::domain types[] = {eImageBufferType::eUInt8, eImageBufferType::eInt16,
@@ -219,8 +224,7 @@ TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
             args.push_back("-o");
             args.push_back(outs.back());
         }
-        args.push_back("--band-elements");
-        args.push_back(kind.bandElements);
+        args.insert(args.end(), kind.options.begin(), kind.options.end());
 
         std::vector<image::ImagePtr> expected;
         std::string refusal;
@@ -567,6 +571,11 @@ TEST(Metadata, TagsSeenByTiffinfo) {
                              "Software: vimra-arith", "Deflate", "TIFF directory 1"})
         EXPECT_NE(info.find(want), std::string::npos) << want << " not in:\n" << info;
     EXPECT_TRUE(readBack(tmp.file("out.tif")).bigEndian);
+    EXPECT_FALSE(readBack(tmp.file("out.tif")).bigTiff);
+    const Outcome big = tool({"abs", tmp.file("rgb.tif"), "-o", tmp.file("big.tif"), "--bigtiff"});
+    ASSERT_EQ(big.code, 0) << big.err;
+    EXPECT_TRUE(readBack(tmp.file("big.tif")).bigTiff);
+    EXPECT_EQ(readBack(tmp.file("big.tif")).pages, readBack(tmp.file("out.tif")).pages);
 }
 
 // ---- Ctrl-C -------------------------------------------------------------------------------------
