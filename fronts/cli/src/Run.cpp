@@ -67,6 +67,36 @@ std::vector<image::ImagePtr> outputsOfType(const OperationCall& call, const RunO
     return outs;
 }
 
+/// Outputs for a band, to be filled again by the following bands: of the --type
+/// asked for, or of the type the operation's rule gives these inputs. None where
+/// a rule does not say (the operation then creates its outputs each time).
+std::vector<image::ImagePtr> reusableOutputs(const OperationCall& call, const RunOptions& options,
+                                             const std::vector<image::ConstImagePtr>& images) {
+    // The rule's inputs: the image arguments in order, unset ones only at the end.
+    std::vector<eImageBufferType::domain> inputTypes;
+    const image::BaseImage* like = nullptr;
+    bool gap = false;
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (call.op->arguments[i].kind != catalogue::eArgumentKind::eImage) continue;
+        if (!images[i]) {
+            gap = true;
+            continue;
+        }
+        if (gap) return {};
+        inputTypes.push_back(images[i]->getBufferType());
+        if (!like) like = images[i].get();
+    }
+    std::vector<image::ImagePtr> outs;
+    for (const auto& info : call.op->outputs) {
+        const auto type = options.type ? options.type : info.resultType(inputTypes);
+        if (!type) return {};
+        image::ImageDescription d = like->getDescription();
+        d.bufferType = *type;
+        outs.push_back(image::Image::create(d, image::Image::eInit::eUninitialized));
+    }
+    return outs;
+}
+
 }  // namespace
 
 bool readsNeighbourhoods(const catalogue::OperationInfo& op) {
@@ -186,13 +216,19 @@ void runOperation(const OperationCall& request, const RunOptions& options) {
             bandRows = static_cast<std::uint32_t>(std::min<std::uint64_t>(
                 std::max<std::uint64_t>(rows / strip, 1) * strip, height));
         }
+        std::vector<image::ImagePtr> bandImages(op.arguments.size()), given;
         for (std::uint64_t p = 0; p < pages; ++p)
             for (std::uint32_t y0 = 0; y0 < height; y0 += bandRows) {
                 const std::uint32_t rows = std::min(bandRows, height - y0);
-                for (const Input& in : inputs)
-                    images[in.argument] = banded ? readPageBand(*in.file, p, y0, rows)
-                                                 : readPageBand(*in.file, p, 0, in.file->format().height);
-                const auto given = outputsOfType(call, options, *images[first.argument]);
+                for (const Input& in : inputs) {
+                    // Each band fills the previous band's images: no fresh memory per band.
+                    auto& band = bandImages[in.argument];
+                    band = banded ? readPageBand(*in.file, p, y0, rows, band)
+                                  : readPageBand(*in.file, p, 0, in.file->format().height, band);
+                    images[in.argument] = band;
+                }
+                if (given.empty() || given[0]->getSizeY() != images[first.argument]->getSizeY())
+                    given = reusableOutputs(call, options, images);
                 const auto outs = compute(call, options, images, given, first.file->path(), p);
                 for (std::size_t o = 0; o < outs.size(); ++o) {
                     if (banded && (outs[o]->getSizeX() != f0.width || outs[o]->getSizeY() != rows))

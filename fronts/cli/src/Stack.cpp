@@ -167,12 +167,14 @@ image::ImagePtr readStack(TiffReader& file, const StackLayout& layout) {
     return img;
 }
 
-image::ImagePtr readPageBand(TiffReader& file, std::uint64_t page, std::uint32_t y0, std::uint32_t rows) {
+image::ImagePtr readPageBand(TiffReader& file, std::uint64_t page, std::uint32_t y0, std::uint32_t rows,
+                             const image::ImagePtr& reuse) {
     const PageFormat& f = file.format();
     auto desc = ImageDescription::make2d(f.type, f.width, rows);
     if (f.samples > 1) desc.color = ColorGeometry::multiChannel(f.samples);
     checkAllocation(desc, file.path());
-    auto img = image::Image::create(desc, image::Image::eInit::eUninitialized);
+    auto img = reuse && reuse->getDescription() == desc ? reuse
+                                                        : image::Image::create(desc, image::Image::eInit::eUninitialized);
     std::vector<void*> planes;
     for (std::uint64_t c = 0; c < f.samples; ++c) planes.push_back(img->planeData(0, c, 0));
     file.readRows(page, y0, rows, planes);

@@ -57,7 +57,9 @@ StackLayout layoutForOutput(const image::BaseImage& out, const StackLayout& inpu
 /// The whole image of a file.
 image::ImagePtr readStack(TiffReader& file, const StackLayout& layout);
 /// Rows [y0, y0 + rows) of one page as a 2d image, one channel per sample.
-image::ImagePtr readPageBand(TiffReader& file, std::uint64_t page, std::uint32_t y0, std::uint32_t rows);
+/// `reuse`, when it has the band's description, is filled instead of a new image.
+image::ImagePtr readPageBand(TiffReader& file, std::uint64_t page, std::uint32_t y0, std::uint32_t rows,
+                             const image::ImagePtr& reuse = {});
 
 void writeStack(TiffWriter& file, const image::BaseImage& img, const StackLayout& layout);
 /// Writes a band read by readPageBand (or computed from one) to the same place.

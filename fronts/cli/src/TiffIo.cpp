@@ -39,7 +39,8 @@ struct OptionsDeleter {
     void operator()(TIFFOpenOptions* o) const { TIFFOpenOptionsFree(o); }
 };
 
-TIFF* openTiff(const std::string& path, const char* mode, TiffContext& ctx, std::uint64_t maxAlloc) {
+/// Opens by path, or through `fd` (which libtiff then owns) when it is not -1.
+TIFF* openTiff(const std::string& path, const char* mode, TiffContext& ctx, std::uint64_t maxAlloc, int fd = -1) {
     // Messages about files opened without our handlers (none should be) are dropped too.
     static std::once_flag once;
     std::call_once(once, [] {
@@ -54,6 +55,7 @@ TIFF* openTiff(const std::string& path, const char* mode, TiffContext& ctx, std:
             std::min<std::uint64_t>(maxAlloc, std::numeric_limits<tmsize_t>::max()));
         TIFFOpenOptionsSetMaxSingleMemAlloc(opts.get(), cap);
     }
+    if (fd >= 0) return TIFFFdOpenExt(fd, path.c_str(), mode, opts.get());
     return TIFFOpenExt(path.c_str(), mode, opts.get());
 }
 
@@ -358,16 +360,18 @@ TiffWriter::TiffWriter(const std::string& path, const WriteFormat& format, bool 
     const fs::path dest(path);
     const fs::path dir = dest.has_parent_path() ? dest.parent_path() : fs::path(".");
     std::string tmpl = (dir / ("." + dest.filename().string() + ".XXXXXX")).string();
-    const int fd = ::mkstemp(tmpl.data());
-    if (fd < 0) fileError(std::string("cannot create a file in the output's folder: ") + std::strerror(errno), path);
-    // mkstemp makes the file private; the output gets the usual permissions.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    ::fchmod(fd, 0666 & ~mask);
-    ::close(fd);
-    m_tmpPath = tmpl;
+    int fd = -1;
     {
+        // Created and registered under one lock: an interrupt never sees the file unregistered.
         std::lock_guard lock(writersMutex());
+        fd = ::mkstemp(tmpl.data());
+        if (fd < 0)
+            fileError(std::string("cannot create a file in the output's folder: ") + std::strerror(errno), path);
+        // mkstemp makes the file private; the output gets the usual permissions.
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        (void)::fchmod(fd, 0666 & ~mask);
+        m_tmpPath = tmpl;
         openTemporaries().insert(m_tmpPath);
     }
     m_ctx->path = path;
@@ -380,8 +384,10 @@ TiffWriter::TiffWriter(const std::string& path, const WriteFormat& format, bool 
     std::string mode = "w";
     mode += format.meta.bigEndian ? "b" : "l";
     if (big) mode += "8";
-    m_tif = openTiff(m_tmpPath, mode.c_str(), *m_ctx, 0);
+    // Written through the descriptor: once an interrupt removed the name, nothing can bring it back.
+    m_tif = openTiff(m_tmpPath, mode.c_str(), *m_ctx, 0, fd);
     if (!m_tif) {
+        ::close(fd);
         abandon();
         fail("cannot open the output for writing");
     }
