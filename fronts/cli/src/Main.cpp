@@ -270,10 +270,12 @@ void showInfo(const std::string& path, const std::string& stack, std::uint64_t m
     std::printf("pages:       %llu\n", static_cast<unsigned long long>(file.pageCount()));
     std::printf("page:        %ux%u, %u sample%s of %s\n", f.width, f.height, f.samples, f.samples == 1 ? "" : "s",
                 image::bufferTypeName(f.type));
-    std::printf("storage:     %s, %s compression, planar %s\n",
+    const std::string compression =
+        f.compression == COMPRESSION_NONE ? "uncompressed" : compressionName(f.compression) + " compression";
+    std::printf("storage:     %s, %s, planar %s\n",
                 f.tiled ? ("tiles of " + std::to_string(f.tileWidth) + "x" + std::to_string(f.tileHeight)).c_str()
                         : ("strips of " + std::to_string(f.rowsPerStrip) + " rows").c_str(),
-                compressionName(f.compression).c_str(), f.planar == PLANARCONFIG_SEPARATE ? "separate" : "contiguous");
+                compression.c_str(), f.planar == PLANARCONFIG_SEPARATE ? "separate" : "contiguous");
     const char* photometric = f.photometric == PHOTOMETRIC_MINISWHITE ? "min-is-white"
                               : f.photometric == PHOTOMETRIC_RGB      ? "RGB"
                               : f.photometric == PHOTOMETRIC_SEPARATED ? "separated (CMYK)"

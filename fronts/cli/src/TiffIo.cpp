@@ -243,9 +243,9 @@ TiffReader::TiffReader(const std::string& path, std::uint64_t maxAlloc)
             fail("page differs from the first page in size, samples or sample format", page);
         }
         m_pageDirs.push_back(d);
+        m_pageFormats.push_back(f);
     }
     if (m_pageDirs.empty()) fileError("no full-resolution image in the file", path);
-    m_block.resize(m_format.planar == PLANARCONFIG_SEPARATE ? m_format.samples : 1);
 }
 
 TiffReader::~TiffReader() {
@@ -273,8 +273,8 @@ void TiffReader::select(std::uint64_t page) {
 
 // Decodes one strip (or one row of tiles) of every plane into m_block.
 void TiffReader::loadBlockRow(std::uint32_t blockRow) {
-    const PageFormat& f = m_format;
     const std::uint64_t page = static_cast<std::uint64_t>(m_page);
+    const PageFormat& f = m_pageFormats[page];
     const bool separate = f.planar == PLANARCONFIG_SEPARATE && f.samples > 1;
     const std::uint32_t blockHeight = f.tiled ? f.tileHeight : f.rowsPerStrip;
     const std::uint32_t y0 = blockRow * blockHeight;
@@ -284,6 +284,7 @@ void TiffReader::loadBlockRow(std::uint32_t blockRow) {
     const std::uint64_t rowBytes = std::uint64_t{f.width} * perPixel * elem;
     if (rowBytes * rows > m_maxAlloc) fail("a strip or tile row larger than the memory limit", page);
     m_blockRow = -1;
+    m_block.resize(separate ? f.samples : 1);
     for (std::size_t p = 0; p < m_block.size(); ++p) {
         auto& block = m_block[p];
         block.resize(rowBytes * rows);
@@ -316,9 +317,9 @@ void TiffReader::loadBlockRow(std::uint32_t blockRow) {
 
 void TiffReader::readRows(std::uint64_t page, std::uint32_t y0, std::uint32_t rows,
                           const std::vector<void*>& planes) {
-    const PageFormat& f = m_format;
-    if (planes.size() != f.samples) throw std::logic_error("readRows: one plane per sample");
+    if (planes.size() != m_format.samples) throw std::logic_error("readRows: one plane per sample");
     select(page);
+    const PageFormat& f = m_pageFormats[page];
     const bool separate = f.planar == PLANARCONFIG_SEPARATE && f.samples > 1;
     const std::uint32_t blockHeight = f.tiled ? f.tileHeight : f.rowsPerStrip;
     const std::size_t elem = image::getImageBufferBaseSize(f.type);

@@ -91,6 +91,7 @@ class TiffReader {
     PageFormat m_format;
     Metadata m_meta;
     std::vector<std::uint32_t> m_pageDirs;  ///< directory index of each full-size page
+    std::vector<PageFormat> m_pageFormats;  ///< storage may differ from page to page
     std::uint64_t m_maxAlloc;
     // The decoded block row (a strip, or a row of tiles) of every plane of the
     // current page: rows [m_blockY0, m_blockY0 + m_blockRows).

@@ -220,6 +220,35 @@ INSTANTIATE_TEST_SUITE_P(
                                 eStackMode::eVolume, 4, 1, 1, true}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// Pages of one file may be stored differently (strips, tiles, planes, codecs):
+// each is read with its own storage.
+TEST(StackKinds, PagesStoredDifferentlyReadAsOneVolume) {
+    TempDir tmp;
+    std::vector<SampleSpec> pages(4);
+    for (auto& p : pages) {
+        p.samples = 3;
+        p.type = eImageBufferType::eUInt8;
+    }
+    pages[1].tile = 16;
+    pages[1].compression = COMPRESSION_LZW;
+    pages[2].planar = PLANARCONFIG_SEPARATE;
+    pages[2].rowsPerStrip = 2;
+    pages[3].tile = 32;
+    pages[3].planar = PLANARCONFIG_SEPARATE;
+    pages[3].compression = COMPRESSION_ADOBE_DEFLATE;
+    const std::string in = tmp.file("mixed.tif");
+    writeSamplePages(in, pages);
+    TiffReader reader(in, s_maxAlloc);
+    const auto img = readStack(reader, layoutOf(reader, eStackMode::eAuto));
+    ASSERT_EQ(img->getSizeZ(), 4u);
+    for (std::uint32_t z = 0; z < 4; ++z)
+        for (std::uint32_t c = 0; c < 3; ++c)
+            for (std::uint32_t y = 0; y < pages[z].height; ++y)
+                for (std::uint32_t x = 0; x < pages[z].width; ++x)
+                    ASSERT_EQ(img->getValue(x, y, z, c), sampleValue(pages[z], z, x, y, c))
+                        << "x=" << x << " y=" << y << " z=" << z << " c=" << c;
+}
+
 // Descriptions that cannot describe the file are refused with the counts named.
 TEST(StackKinds, InconsistentImageJDescriptionsAreFileErrors) {
     TempDir tmp;

@@ -102,18 +102,21 @@ inline double loadValue(image::eImageBufferType::domain type, const unsigned cha
     });
 }
 
-/// Writes a file per `spec` with libtiff's scanline or tile interface.
-inline void writeSample(const std::string& path, const SampleSpec& s) {
-    std::string mode = s.bigEndian ? "wb" : "wl";
-    if (s.bigTiff) mode += "8";
+/// Writes a file with libtiff's scanline or tile interface, page p stored as
+/// `pages[p]` says (its `pages` field is ignored; the file's byte order and
+/// BigTIFF choice are the first page's).
+inline void writeSamplePages(const std::string& path, const std::vector<SampleSpec>& pages) {
+    std::string mode = pages.at(0).bigEndian ? "wb" : "wl";
+    if (pages[0].bigTiff) mode += "8";
     TIFF* tif = TIFFOpen(path.c_str(), mode.c_str());
     if (!tif) throw std::runtime_error("cannot create " + path);
-    const auto [format, bits] = formatOf(s.type);
-    const std::size_t elem = bits / 8;
-    const bool separate = s.planar == PLANARCONFIG_SEPARATE;
-    const std::uint16_t photometric =
-        s.photometric ? s.photometric : s.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-    for (std::uint32_t p = 0; p < s.pages; ++p) {
+    for (std::uint32_t p = 0; p < pages.size(); ++p) {
+        const SampleSpec& s = pages[p];
+        const auto [format, bits] = formatOf(s.type);
+        const std::size_t elem = bits / 8;
+        const bool separate = s.planar == PLANARCONFIG_SEPARATE;
+        const std::uint16_t photometric =
+            s.photometric ? s.photometric : s.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
         TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, s.width);
         TIFFSetField(tif, TIFFTAG_IMAGELENGTH, s.height);
         TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, s.samples);
@@ -167,6 +170,11 @@ inline void writeSample(const std::string& path, const SampleSpec& s) {
         if (!TIFFWriteDirectory(tif)) throw std::runtime_error("TIFFWriteDirectory failed");
     }
     TIFFClose(tif);
+}
+
+/// Writes `spec.pages` pages all stored as `spec` says.
+inline void writeSample(const std::string& path, const SampleSpec& spec) {
+    writeSamplePages(path, std::vector<SampleSpec>(spec.pages, spec));
 }
 
 /// A file read back with libtiff's scanline or tile interface: per page,
