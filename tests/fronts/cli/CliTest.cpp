@@ -44,15 +44,18 @@ struct Outcome {
 
 /// Starts the tool; returns its pid. stdout and stderr go to files in `logDir`.
 pid_t start(const std::vector<std::string>& args, const std::string& logDir) {
+    // Everything the child needs is made before fork: the test process has
+    // threads, and only async-signal-safe calls are allowed between fork and exec.
+    std::vector<char*> argv{const_cast<char*>(VIMRA_ARITH_PATH)};
+    for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    const std::string outPath = logDir + "/stdout", errPath = logDir + "/stderr";
     const pid_t pid = ::fork();
     if (pid == 0) {
-        const int o = ::open((logDir + "/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int e = ::open((logDir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int o = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int e = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         ::dup2(o, 1);
         ::dup2(e, 2);
-        std::vector<char*> argv{const_cast<char*>(VIMRA_ARITH_PATH)};
-        for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
         ::execv(VIMRA_ARITH_PATH, argv.data());
         ::_exit(127);
     }
