@@ -360,7 +360,11 @@ TiffWriter::TiffWriter(const std::string& path, const WriteFormat& format, bool 
     checkDestination(path, force, inputs);
     const fs::path dest(path);
     const fs::path dir = dest.has_parent_path() ? dest.parent_path() : fs::path(".");
-    std::string tmpl = (dir / ("." + dest.filename().string() + ".XXXXXX")).string();
+    // Hidden, beside the destination (same file system, so the final rename is atomic).
+    std::string hidden = ".";
+    hidden += dest.filename().string();
+    hidden += ".XXXXXX";
+    std::string tmpl = (dir / hidden).string();
     int fd = -1;
     {
         // Created and registered under one lock: an interrupt never sees the file unregistered.
