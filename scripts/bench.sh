@@ -141,5 +141,7 @@ report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
   --note "Command: $command_line ($repetitions repetitions of at least $min_time s each, medians).")
 if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
 "${report[@]}"
+step "command-line tool: vimra-arith add against vips add and cp (scripts/bench-cli.sh)"
+"$root/scripts/bench-cli.sh" --build-dir "$build" --runs "$repetitions" | tee "$results/cli-table.md"
 echo "Table written to $results/performance-table.md (total $(($(date +%s) - start)) s)"
 exit "$build_failed"
