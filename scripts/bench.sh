@@ -155,5 +155,7 @@ report=("$python" "$root/bench/report.py" --probe "$results/probe.json"
 if ((update_doc)); then report+=(--update-doc "$root/docs/performance.md"); fi
 "${report[@]}"
 if [[ -n "$front_table" ]]; then printf '\n' >> "$results/performance-table.md"; cat "$front_table" >> "$results/performance-table.md"; fi
+step "command-line tool: vimra-arith add against vips add and cp (scripts/bench-cli.sh)"
+"$root/scripts/bench-cli.sh" --build-dir "$build" --runs "$repetitions" | tee "$results/cli-table.md"
 echo "Table written to $results/performance-table.md (total $(($(date +%s) - start)) s)"
 exit "$build_failed"

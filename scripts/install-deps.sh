@@ -16,10 +16,11 @@ packages=(
   libsimde-dev
   pybind11-dev python3-numpy
   python3-pytest python3-dask python3-distributed python3-zarr python3-setuptools python3-wheel
+  libcli11-dev libtiff-tools golang-golang-x-image-dev
 )
 for group in "$@"; do
   case "$group" in
-    --bench) packages+=(libopencv-dev python3-numexpr python3-opencv) ;;
+    --bench) packages+=(libopencv-dev python3-numexpr python3-opencv libvips-tools) ;;
     --tsan) packages+=(dpkg-dev) ;;
     --fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     *) echo "install-deps: unknown option $group" >&2; exit 2 ;;
