@@ -186,20 +186,20 @@ TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
                     values.emplace_back();
                     continue;
                 }
-                SampleSpec spec;
-                spec.width = 45;
-                spec.height = 21;
-                spec.pages = kind.pages;
-                spec.samples = kind.samples;
-                spec.tile = kind.tile;
-                spec.description = kind.description;
-                spec.seed = 11 * image + 3;
+                SampleFormat format;
+                format.width = 45;
+                format.height = 21;
+                format.pages = kind.pages;
+                format.samples = kind.samples;
+                format.tile = kind.tile;
+                format.description = kind.description;
+                format.seed = 11 * image + 3;
                 // Mixed types make the promotion rules matter.
                 const eImageBufferType::domain types[] = {eImageBufferType::eUInt8, eImageBufferType::eInt16,
                                                           eImageBufferType::eFloat};
-                spec.type = types[image % 3];
+                format.type = types[image % 3];
                 const std::string path = tmp.file("in" + std::to_string(image++) + ".tif");
-                writeSample(path, spec);
+                writeSample(path, format);
                 args.push_back(path);
                 values.emplace_back(image::ConstImagePtr(imageOf(readBack(path))));
             } else if (const auto v = valueFor(a, value++)) {
@@ -267,7 +267,7 @@ TEST(OutputType, TypeOptionIsTheOutputsBufferType) {
     const catalogue::OperationInfo* add = catalogue::findOperation("add");
     ASSERT_NE(add, nullptr);
     TempDir tmp;
-    SampleSpec a, b;
+    SampleFormat a, b;
     a.type = b.type = eImageBufferType::eUInt8;
     b.seed = 9;
     writeSample(tmp.file("a.tif"), a);
@@ -333,7 +333,7 @@ TEST(Listing, EveryOperationHasHelpFromItsDeclaration) {
 
 TEST(Listing, InfoDescribesTheFileAndItsImage) {
     TempDir tmp;
-    SampleSpec s;
+    SampleFormat s;
     s.pages = 12;
     s.description = "ImageJ=1.53t\nimages=12\nchannels=2\nslices=3\nframes=2\nhyperstack=true\n";
     s.compression = COMPRESSION_LZW;
@@ -354,7 +354,7 @@ TEST(Listing, InfoDescribesTheFileAndItsImage) {
 class Refusals : public ::testing::Test {
   protected:
     void SetUp() override {
-        SampleSpec a, b;
+        SampleFormat a, b;
         b.seed = 4;
         writeSample(m_tmp.file("a.tif"), a);
         writeSample(m_tmp.file("b.tif"), b);
@@ -451,7 +451,7 @@ TEST_F(Refusals, HostileFilesAreFileErrors) {
         return in(name.c_str());
     };
     const std::string full = slurp(in("a.tif"));
-    SampleSpec lzw;
+    SampleFormat lzw;
     lzw.compression = COMPRESSION_LZW;
     lzw.height = 200;
     lzw.rowsPerStrip = 200;
@@ -554,7 +554,7 @@ TEST(RealFiles, DebianTestImagesAreReadOrRefusedClearly) {
 
 TEST(Metadata, TagsSeenByTiffinfo) {
     TempDir tmp;
-    SampleSpec s;
+    SampleFormat s;
     s.samples = 3;
     s.planar = PLANARCONFIG_SEPARATE;
     s.pages = 2;

@@ -20,7 +20,7 @@ using image::eImageBufferType;
 
 constexpr std::uint64_t s_maxAlloc = std::uint64_t{1} << 30;
 
-std::string describe(const SampleSpec& s) {
+std::string describe(const SampleFormat& s) {
     std::string d = std::string(image::bufferTypeName(s.type)) + "_" + std::to_string(s.samples) + "s_" +
                     compressionName(s.compression) + (s.tile ? "_tile" + std::to_string(s.tile)
                                                              : "_rps" + std::to_string(s.rowsPerStrip)) +
@@ -31,7 +31,7 @@ std::string describe(const SampleSpec& s) {
     return d;
 }
 
-std::vector<SampleSpec> allFormats() {
+std::vector<SampleFormat> allFormats() {
     struct Layout {
         std::uint16_t samples;
         std::uint32_t tile, rps;
@@ -44,7 +44,7 @@ std::vector<SampleSpec> allFormats() {
     };
     const std::uint16_t compressions[] = {COMPRESSION_NONE,     COMPRESSION_LZW,  COMPRESSION_ADOBE_DEFLATE,
                                           COMPRESSION_PACKBITS, COMPRESSION_ZSTD, COMPRESSION_LZMA};
-    std::vector<SampleSpec> specs;
+    std::vector<SampleFormat> formats;
     std::uint32_t seed = 1;
     for (int t = 1; t <= 7; ++t)
         for (const Layout& l : layouts)
@@ -54,7 +54,7 @@ std::vector<SampleSpec> allFormats() {
                 const bool slow = c == COMPRESSION_LZMA || c == COMPRESSION_ZSTD;
                 if (slow && &l != &layouts[0] && &l != &layouts[5]) continue;
                 for (bool be : {false, true}) {
-                    SampleSpec s;
+                    SampleFormat s;
                     s.type = static_cast<eImageBufferType::domain>(t);
                     s.samples = l.samples;
                     s.tile = l.tile;
@@ -64,36 +64,36 @@ std::vector<SampleSpec> allFormats() {
                     s.bigEndian = be;
                     s.bigTiff = (seed % 5) == 0;
                     s.seed = seed++;
-                    specs.push_back(s);
+                    formats.push_back(s);
                 }
             }
-    return specs;
+    return formats;
 }
 
-class FormatRoundTrip : public ::testing::TestWithParam<SampleSpec> {};
+class FormatRoundTrip : public ::testing::TestWithParam<SampleFormat> {};
 
 // The reader's values equal those libtiff was given, read in bands that cut
 // across strips and tiles; the writer's file, read back by libtiff, holds the
 // same values and tags.
 TEST_P(FormatRoundTrip, ReaderAndWriterAgreeWithLibtiff) {
-    const SampleSpec spec = GetParam();
+    const SampleFormat format = GetParam();
     TempDir tmp;
     const std::string in = tmp.file("in.tif");
-    writeSample(in, spec);
+    writeSample(in, format);
 
     TiffReader reader(in, s_maxAlloc);
-    ASSERT_EQ(reader.format().type, spec.type);
-    ASSERT_EQ(reader.format().samples, spec.samples);
-    EXPECT_EQ(reader.metadata().bigEndian, spec.bigEndian);
-    EXPECT_EQ(reader.metadata().bigTiff, spec.bigTiff);
-    for (std::uint32_t y0 = 0; y0 < spec.height; y0 += 7) {
-        const std::uint32_t rows = std::min<std::uint32_t>(7, spec.height - y0);
+    ASSERT_EQ(reader.format().type, format.type);
+    ASSERT_EQ(reader.format().samples, format.samples);
+    EXPECT_EQ(reader.metadata().bigEndian, format.bigEndian);
+    EXPECT_EQ(reader.metadata().bigTiff, format.bigTiff);
+    for (std::uint32_t y0 = 0; y0 < format.height; y0 += 7) {
+        const std::uint32_t rows = std::min<std::uint32_t>(7, format.height - y0);
         const auto band = readPageBand(reader, 0, y0, rows);
-        ASSERT_EQ(band->getSizeC(), spec.samples);
-        for (std::uint32_t c = 0; c < spec.samples; ++c)
+        ASSERT_EQ(band->getSizeC(), format.samples);
+        for (std::uint32_t c = 0; c < format.samples; ++c)
             for (std::uint32_t y = 0; y < rows; ++y)
-                for (std::uint32_t x = 0; x < spec.width; ++x)
-                    ASSERT_EQ(band->getValue(x, y, 0, c), sampleValue(spec, 0, x, y0 + y, c))
+                for (std::uint32_t x = 0; x < format.width; ++x)
+                    ASSERT_EQ(band->getValue(x, y, 0, c), sampleValue(format, 0, x, y0 + y, c))
                         << "x=" << x << " y=" << y0 + y << " c=" << c;
     }
 
@@ -101,30 +101,30 @@ TEST_P(FormatRoundTrip, ReaderAndWriterAgreeWithLibtiff) {
     const auto img = readStack(reader, layout);
     const std::string out = tmp.file("out.tif");
     {
-        WriteFormat wf = outputFormat(spec.type, spec.width, spec.height, layout, layout, reader.format(),
+        WriteFormat wf = outputFormat(format.type, format.width, format.height, layout, layout, reader.format(),
                                       reader.metadata());
         TiffWriter writer(out, wf, false, {in});
         writeStack(writer, *img, layout);
         writer.commit();
     }
     const ReadBack back = readBack(out);
-    const auto [format, bits] = formatOf(spec.type);
+    const auto [format, bits] = formatOf(format.type);
     EXPECT_EQ(back.format, format);
     EXPECT_EQ(back.bits, bits);
-    EXPECT_EQ(back.samples, spec.samples);
-    EXPECT_EQ(back.planar, spec.samples > 1 ? spec.planar : PLANARCONFIG_CONTIG);
-    EXPECT_EQ(back.compression, spec.compression);
-    EXPECT_EQ(back.photometric, spec.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-    EXPECT_EQ(back.bigEndian, spec.bigEndian);
+    EXPECT_EQ(back.samples, format.samples);
+    EXPECT_EQ(back.planar, format.samples > 1 ? format.planar : PLANARCONFIG_CONTIG);
+    EXPECT_EQ(back.compression, format.compression);
+    EXPECT_EQ(back.photometric, format.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    EXPECT_EQ(back.bigEndian, format.bigEndian);
     EXPECT_FLOAT_EQ(back.xres, 300.0f);
     EXPECT_FLOAT_EQ(back.yres, 150.0f);
     EXPECT_EQ(back.resUnit, RESUNIT_CENTIMETER);
     EXPECT_EQ(back.software.rfind("vimra-arith", 0), 0u);
     ASSERT_EQ(back.pages.size(), 1u);
-    for (std::uint32_t c = 0; c < spec.samples; ++c)
-        for (std::uint32_t y = 0; y < spec.height; ++y)
-            for (std::uint32_t x = 0; x < spec.width; ++x)
-                ASSERT_EQ(back.pages[0][c][std::size_t{y} * spec.width + x], sampleValue(spec, 0, x, y, c));
+    for (std::uint32_t c = 0; c < format.samples; ++c)
+        for (std::uint32_t y = 0; y < format.height; ++y)
+            for (std::uint32_t x = 0; x < format.width; ++x)
+                ASSERT_EQ(back.pages[0][c][std::size_t{y} * format.width + x], sampleValue(format, 0, x, y, c));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryFormat, FormatRoundTrip, ::testing::ValuesIn(allFormats()),
@@ -150,13 +150,13 @@ class StackKinds : public ::testing::TestWithParam<StackCase> {};
 TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     const StackCase& k = GetParam();
     TempDir tmp;
-    SampleSpec spec;
-    spec.pages = k.pages;
-    spec.samples = k.samples;
-    spec.description = k.description;
-    spec.type = eImageBufferType::eInt16;
+    SampleFormat format;
+    format.pages = k.pages;
+    format.samples = k.samples;
+    format.description = k.description;
+    format.type = eImageBufferType::eInt16;
     const std::string in = tmp.file("stack.tif");
-    writeSample(in, spec);
+    writeSample(in, format);
 
     TiffReader reader(in, s_maxAlloc);
     const StackLayout layout = layoutOf(reader, k.mode);
@@ -175,9 +175,9 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
                 const auto page = static_cast<std::uint32_t>(
                     k.channelsInSamples ? z + k.z * t : c + k.c * (z + k.z * t));
                 const auto sample = static_cast<std::uint32_t>(k.channelsInSamples ? c : 0);
-                for (std::uint32_t y = 0; y < spec.height; y += 5)
-                    for (std::uint32_t x = 0; x < spec.width; x += 3)
-                        ASSERT_EQ(img->getValue(x, y, z, c, t), sampleValue(spec, page, x, y, sample))
+                for (std::uint32_t y = 0; y < format.height; y += 5)
+                    for (std::uint32_t x = 0; x < format.width; x += 3)
+                        ASSERT_EQ(img->getValue(x, y, z, c, t), sampleValue(format, page, x, y, sample))
                             << "z=" << z << " c=" << c << " t=" << t;
             }
 
@@ -185,7 +185,7 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     const StackLayout outLayout = layoutForOutput(*img, layout);
     {
         TiffWriter writer(out,
-                          outputFormat(img->getBufferType(), spec.width, spec.height, outLayout, layout,
+                          outputFormat(img->getBufferType(), format.width, format.height, outLayout, layout,
                                        reader.format(), reader.metadata()),
                           false, {in});
         writeStack(writer, *img, outLayout);
@@ -196,8 +196,8 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     EXPECT_EQ(back.description, k.written.empty() ? k.description : k.written);
     for (std::uint32_t p = 0; p < k.pages; ++p)
         for (std::uint32_t s = 0; s < k.samples; ++s)
-            for (std::uint32_t y = 0; y < spec.height; y += 4)
-                ASSERT_EQ(back.pages[p][s][std::size_t{y} * spec.width + 1], sampleValue(spec, p, 1, y, s));
+            for (std::uint32_t y = 0; y < format.height; y += 4)
+                ASSERT_EQ(back.pages[p][s][std::size_t{y} * format.width + 1], sampleValue(format, p, 1, y, s));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -224,7 +224,7 @@ INSTANTIATE_TEST_SUITE_P(
 // each is read with its own storage.
 TEST(StackKinds, PagesStoredDifferentlyReadAsOneVolume) {
     TempDir tmp;
-    std::vector<SampleSpec> pages(4);
+    std::vector<SampleFormat> pages(4);
     for (auto& p : pages) {
         p.samples = 3;
         p.type = eImageBufferType::eUInt8;
@@ -256,12 +256,12 @@ TEST(StackKinds, InconsistentImageJDescriptionsAreFileErrors) {
                                    "ImageJ=1.53t\nimages=40\nslices=40\n",
                                    "ImageJ=1.53t\nimages=4\nchannels=0\nslices=4\n",
                                    "ImageJ=1.53t\nimages=4\nchannels=2\nslices=2\n"}) {
-        SampleSpec spec;
-        spec.pages = 4;
-        spec.description = desc;
-        spec.samples = desc.find("channels=2\nslices=2") != std::string::npos ? 3 : 1;
+        SampleFormat format;
+        format.pages = 4;
+        format.description = desc;
+        format.samples = desc.find("channels=2\nslices=2") != std::string::npos ? 3 : 1;
         const std::string in = tmp.file("bad.tif");
-        writeSample(in, spec);
+        writeSample(in, format);
         TiffReader reader(in, s_maxAlloc);
         try {
             layoutOf(reader, eStackMode::eAuto);
@@ -308,7 +308,7 @@ TEST(TiffWriter, NothingIsLeftWhenNotCommitted) {
 TEST(TiffWriter, RefusesExistingFilesAndInputs) {
     TempDir tmp;
     const std::string existing = tmp.file("existing.tif");
-    writeSample(existing, SampleSpec{});
+    writeSample(existing, SampleFormat{});
     WriteFormat wf;
     wf.width = 8;
     wf.height = 8;

@@ -42,7 +42,7 @@ struct TempDir {
     }
 };
 
-struct SampleSpec {
+struct SampleFormat {
     std::uint32_t width = 37, height = 23;
     std::uint16_t samples = 1;
     image::eImageBufferType::domain type = image::eImageBufferType::eUInt16;
@@ -69,7 +69,7 @@ inline std::pair<std::uint16_t, std::uint16_t> formatOf(image::eImageBufferType:
 
 /// The value stored at (page, x, y, sample): scattered over the type's whole
 /// range, extremes included, and exactly representable.
-inline double sampleValue(const SampleSpec& s, std::uint32_t page, std::uint32_t x, std::uint32_t y,
+inline double sampleValue(const SampleFormat& s, std::uint32_t page, std::uint32_t x, std::uint32_t y,
                           std::uint32_t c) {
     std::uint64_t h = (std::uint64_t{page} * 7919 + y) * 104729 + x * 31 + c * 1000003 + s.seed * 2654435761u;
     h ^= h >> 13;
@@ -105,13 +105,13 @@ inline double loadValue(image::eImageBufferType::domain type, const unsigned cha
 /// Writes a file with libtiff's scanline or tile interface, page p stored as
 /// `pages[p]` says (its `pages` field is ignored; the file's byte order and
 /// BigTIFF choice are the first page's).
-inline void writeSamplePages(const std::string& path, const std::vector<SampleSpec>& pages) {
+inline void writeSamplePages(const std::string& path, const std::vector<SampleFormat>& pages) {
     std::string mode = pages.at(0).bigEndian ? "wb" : "wl";
     if (pages[0].bigTiff) mode += "8";
     TIFF* tif = TIFFOpen(path.c_str(), mode.c_str());
     if (!tif) throw std::runtime_error("cannot create " + path);
     for (std::uint32_t p = 0; p < pages.size(); ++p) {
-        const SampleSpec& s = pages[p];
+        const SampleFormat& s = pages[p];
         const auto [format, bits] = formatOf(s.type);
         const std::size_t elem = bits / 8;
         const bool separate = s.planar == PLANARCONFIG_SEPARATE;
@@ -172,9 +172,9 @@ inline void writeSamplePages(const std::string& path, const std::vector<SampleSp
     TIFFClose(tif);
 }
 
-/// Writes `spec.pages` pages all stored as `spec` says.
-inline void writeSample(const std::string& path, const SampleSpec& spec) {
-    writeSamplePages(path, std::vector<SampleSpec>(spec.pages, spec));
+/// Writes `format.pages` pages all stored as `format` says.
+inline void writeSample(const std::string& path, const SampleFormat& format) {
+    writeSamplePages(path, std::vector<SampleFormat>(format.pages, format));
 }
 
 /// A file read back with libtiff's scanline or tile interface: per page,

@@ -108,10 +108,19 @@ void setArgument(processor::BaseProcessor& p, const ArgumentValue& value) {
     }
 }
 
+/// The declared default of a value (0 for values declared without one).
+template <class C>
+constexpr double declaredDefault() {
+    if constexpr (requires { C::s_default; }) {
+        return C::s_default;
+    } else {
+        return 0.0;
+    }
+}
 template <class A, class... C>
 double defaultOf(TypeList<C...>) {
     double d = 0.0;
-    ((std::is_same_v<typename C::Lvl1, A> ? (d = C::s_default, 0) : 0), ...);
+    ((std::is_same_v<typename C::Lvl1, A> ? (d = declaredDefault<C>(), 0) : 0), ...);
     return d;
 }
 
