@@ -179,12 +179,6 @@ inline MaskF bitsClear(Int32, Reg x, Reg bits) {
 
 // ---- selection and saturating float steps ------------------------------------------------
 
-inline Reg broadcast(Int32, int v) {
-    return _mm512_set1_epi32(v);
-}
-inline RegF broadcast(F32, float v) {
-    return _mm512_set1_ps(v);
-}
 
 // minimum(a, b) is a where a < b, else b; maximum(a, b) is a where a > b, else b.
 inline Reg minimum(S16, Reg a, Reg b) {

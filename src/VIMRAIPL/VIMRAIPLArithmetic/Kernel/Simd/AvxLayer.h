@@ -56,9 +56,6 @@ inline RegF divide(F32, RegF a, RegF b) {
 inline RegF clearSign(F32, RegF x) {
     return _mm256_and_ps(x, _mm256_castsi256_ps(_mm256_set1_epi32(0x7fffffff)));
 }
-inline RegF broadcast(F32, float v) {
-    return _mm256_set1_ps(v);
-}
 /// a where a < b (a > b), else b; a NaN in a is kept.
 inline RegF minimum(F32, RegF a, RegF b) {
     return _mm256_blendv_ps(_mm256_min_ps(a, b), a, _mm256_cmp_ps(a, a, _CMP_UNORD_Q));

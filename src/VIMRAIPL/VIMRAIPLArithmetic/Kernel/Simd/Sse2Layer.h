@@ -166,12 +166,6 @@ inline MaskF bitsClear(Int32, Reg x, Reg bits) {
 
 // ---- selection and saturating float steps ------------------------------------------------
 
-inline Reg broadcast(Int32, int v) {
-    return _mm_set1_epi32(v);
-}
-inline RegF broadcast(F32, float v) {
-    return _mm_set1_ps(v);
-}
 /// Bits of a where mask is set, of b elsewhere.
 inline Reg selectBits(Reg mask, Reg a, Reg b) {
     return _mm_or_si128(_mm_and_si128(mask, a), _mm_andnot_si128(mask, b));

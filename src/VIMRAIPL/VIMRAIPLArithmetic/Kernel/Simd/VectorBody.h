@@ -473,6 +473,8 @@ inline void vectorStep(families::FloatPairToPair, const Op& op, std::uint64_t i,
     const auto r = op.applyVector(load(a + i), load(b + i));
     store(c + i, r.first);
     store(d + i, r.second);
+}
+
 /// Two inputs selected between in their comparison lanes: out = fromComparison<C>(op(a, b)).
 template <class Op, class A, class B, class C>
 inline void vectorStep(families::BinaryInComparisonType, const Op& op, std::uint64_t i, const A* a, const B* b,
