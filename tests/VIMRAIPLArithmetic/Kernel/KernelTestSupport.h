@@ -80,18 +80,6 @@ class StripBuffer {
     std::vector<unsigned char> m_bytes;
 };
 
-/// Collects the first few mismatches of a test with their context.
-class Mismatches {
-  public:
-    bool full() const { return m_count >= 8; }
-    void add(const std::string& what) {
-        if (m_count++ < 8) ADD_FAILURE() << what;
-    }
-
-  private:
-    int m_count = 0;
-};
-
 inline processor::ProcessingResult<bool> runBinary(AlgorithmFunction f, const StripBuffer& a,
                                                    const StripBuffer& b, StripBuffer& out,
                                                    std::size_t count) {
