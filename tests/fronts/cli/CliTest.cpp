@@ -186,20 +186,20 @@ TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
                     values.emplace_back();
                     continue;
                 }
-                SampleFormat format;
-                format.width = 45;
-                format.height = 21;
-                format.pages = kind.pages;
-                format.samples = kind.samples;
-                format.tile = kind.tile;
-                format.description = kind.description;
-                format.seed = 11 * image + 3;
+                SampleFormat sampleFormat;
+                sampleFormat.width = 45;
+                sampleFormat.height = 21;
+                sampleFormat.pages = kind.pages;
+                sampleFormat.samples = kind.samples;
+                sampleFormat.tile = kind.tile;
+                sampleFormat.description = kind.description;
+                sampleFormat.seed = 11 * image + 3;
                 // Mixed types make the promotion rules matter.
                 const eImageBufferType::domain types[] = {eImageBufferType::eUInt8, eImageBufferType::eInt16,
                                                           eImageBufferType::eFloat};
-                format.type = types[image % 3];
+                sampleFormat.type = types[image % 3];
                 const std::string path = tmp.file("in" + std::to_string(image++) + ".tif");
-                writeSample(path, format);
+                writeSample(path, sampleFormat);
                 args.push_back(path);
                 values.emplace_back(image::ConstImagePtr(imageOf(readBack(path))));
             } else if (const auto v = valueFor(a, value++)) {

@@ -44,7 +44,7 @@ std::vector<SampleFormat> allFormats() {
     };
     const std::uint16_t compressions[] = {COMPRESSION_NONE,     COMPRESSION_LZW,  COMPRESSION_ADOBE_DEFLATE,
                                           COMPRESSION_PACKBITS, COMPRESSION_ZSTD, COMPRESSION_LZMA};
-    std::vector<SampleFormat> formats;
+    std::vector<SampleFormat> formatList;
     std::uint32_t seed = 1;
     for (int t = 1; t <= 7; ++t)
         for (const Layout& l : layouts)
@@ -64,10 +64,10 @@ std::vector<SampleFormat> allFormats() {
                     s.bigEndian = be;
                     s.bigTiff = (seed % 5) == 0;
                     s.seed = seed++;
-                    formats.push_back(s);
+                    formatList.push_back(s);
                 }
             }
-    return formats;
+    return formatList;
 }
 
 class FormatRoundTrip : public ::testing::TestWithParam<SampleFormat> {};
@@ -76,24 +76,24 @@ class FormatRoundTrip : public ::testing::TestWithParam<SampleFormat> {};
 // across strips and tiles; the writer's file, read back by libtiff, holds the
 // same values and tags.
 TEST_P(FormatRoundTrip, ReaderAndWriterAgreeWithLibtiff) {
-    const SampleFormat format = GetParam();
+    const SampleFormat sampleFormat = GetParam();
     TempDir tmp;
     const std::string in = tmp.file("in.tif");
-    writeSample(in, format);
+    writeSample(in, sampleFormat);
 
     TiffReader reader(in, s_maxAlloc);
-    ASSERT_EQ(reader.format().type, format.type);
-    ASSERT_EQ(reader.format().samples, format.samples);
-    EXPECT_EQ(reader.metadata().bigEndian, format.bigEndian);
-    EXPECT_EQ(reader.metadata().bigTiff, format.bigTiff);
-    for (std::uint32_t y0 = 0; y0 < format.height; y0 += 7) {
-        const std::uint32_t rows = std::min<std::uint32_t>(7, format.height - y0);
+    ASSERT_EQ(reader.format().type, sampleFormat.type);
+    ASSERT_EQ(reader.format().samples, sampleFormat.samples);
+    EXPECT_EQ(reader.metadata().bigEndian, sampleFormat.bigEndian);
+    EXPECT_EQ(reader.metadata().bigTiff, sampleFormat.bigTiff);
+    for (std::uint32_t y0 = 0; y0 < sampleFormat.height; y0 += 7) {
+        const std::uint32_t rows = std::min<std::uint32_t>(7, sampleFormat.height - y0);
         const auto band = readPageBand(reader, 0, y0, rows);
-        ASSERT_EQ(band->getSizeC(), format.samples);
-        for (std::uint32_t c = 0; c < format.samples; ++c)
+        ASSERT_EQ(band->getSizeC(), sampleFormat.samples);
+        for (std::uint32_t c = 0; c < sampleFormat.samples; ++c)
             for (std::uint32_t y = 0; y < rows; ++y)
-                for (std::uint32_t x = 0; x < format.width; ++x)
-                    ASSERT_EQ(band->getValue(x, y, 0, c), sampleValue(format, 0, x, y0 + y, c))
+                for (std::uint32_t x = 0; x < sampleFormat.width; ++x)
+                    ASSERT_EQ(band->getValue(x, y, 0, c), sampleValue(sampleFormat, 0, x, y0 + y, c))
                         << "x=" << x << " y=" << y0 + y << " c=" << c;
     }
 
@@ -101,30 +101,30 @@ TEST_P(FormatRoundTrip, ReaderAndWriterAgreeWithLibtiff) {
     const auto img = readStack(reader, layout);
     const std::string out = tmp.file("out.tif");
     {
-        WriteFormat wf = outputFormat(format.type, format.width, format.height, layout, layout, reader.format(),
+        WriteFormat wf = outputFormat(sampleFormat.type, sampleFormat.width, sampleFormat.height, layout, layout, reader.format(),
                                       reader.metadata());
         TiffWriter writer(out, wf, false, {in});
         writeStack(writer, *img, layout);
         writer.commit();
     }
     const ReadBack back = readBack(out);
-    const auto [format, bits] = formatOf(format.type);
+    const auto [format, bits] = formatOf(sampleFormat.type);
     EXPECT_EQ(back.format, format);
     EXPECT_EQ(back.bits, bits);
-    EXPECT_EQ(back.samples, format.samples);
-    EXPECT_EQ(back.planar, format.samples > 1 ? format.planar : PLANARCONFIG_CONTIG);
-    EXPECT_EQ(back.compression, format.compression);
-    EXPECT_EQ(back.photometric, format.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-    EXPECT_EQ(back.bigEndian, format.bigEndian);
+    EXPECT_EQ(back.samples, sampleFormat.samples);
+    EXPECT_EQ(back.planar, sampleFormat.samples > 1 ? sampleFormat.planar : PLANARCONFIG_CONTIG);
+    EXPECT_EQ(back.compression, sampleFormat.compression);
+    EXPECT_EQ(back.photometric, sampleFormat.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    EXPECT_EQ(back.bigEndian, sampleFormat.bigEndian);
     EXPECT_FLOAT_EQ(back.xres, 300.0f);
     EXPECT_FLOAT_EQ(back.yres, 150.0f);
     EXPECT_EQ(back.resUnit, RESUNIT_CENTIMETER);
     EXPECT_EQ(back.software.rfind("vimra-arith", 0), 0u);
     ASSERT_EQ(back.pages.size(), 1u);
-    for (std::uint32_t c = 0; c < format.samples; ++c)
-        for (std::uint32_t y = 0; y < format.height; ++y)
-            for (std::uint32_t x = 0; x < format.width; ++x)
-                ASSERT_EQ(back.pages[0][c][std::size_t{y} * format.width + x], sampleValue(format, 0, x, y, c));
+    for (std::uint32_t c = 0; c < sampleFormat.samples; ++c)
+        for (std::uint32_t y = 0; y < sampleFormat.height; ++y)
+            for (std::uint32_t x = 0; x < sampleFormat.width; ++x)
+                ASSERT_EQ(back.pages[0][c][std::size_t{y} * sampleFormat.width + x], sampleValue(sampleFormat, 0, x, y, c));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryFormat, FormatRoundTrip, ::testing::ValuesIn(allFormats()),
@@ -150,13 +150,13 @@ class StackKinds : public ::testing::TestWithParam<StackCase> {};
 TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     const StackCase& k = GetParam();
     TempDir tmp;
-    SampleFormat format;
-    format.pages = k.pages;
-    format.samples = k.samples;
-    format.description = k.description;
-    format.type = eImageBufferType::eInt16;
+    SampleFormat sampleFormat;
+    sampleFormat.pages = k.pages;
+    sampleFormat.samples = k.samples;
+    sampleFormat.description = k.description;
+    sampleFormat.type = eImageBufferType::eInt16;
     const std::string in = tmp.file("stack.tif");
-    writeSample(in, format);
+    writeSample(in, sampleFormat);
 
     TiffReader reader(in, s_maxAlloc);
     const StackLayout layout = layoutOf(reader, k.mode);
@@ -175,9 +175,9 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
                 const auto page = static_cast<std::uint32_t>(
                     k.channelsInSamples ? z + k.z * t : c + k.c * (z + k.z * t));
                 const auto sample = static_cast<std::uint32_t>(k.channelsInSamples ? c : 0);
-                for (std::uint32_t y = 0; y < format.height; y += 5)
-                    for (std::uint32_t x = 0; x < format.width; x += 3)
-                        ASSERT_EQ(img->getValue(x, y, z, c, t), sampleValue(format, page, x, y, sample))
+                for (std::uint32_t y = 0; y < sampleFormat.height; y += 5)
+                    for (std::uint32_t x = 0; x < sampleFormat.width; x += 3)
+                        ASSERT_EQ(img->getValue(x, y, z, c, t), sampleValue(sampleFormat, page, x, y, sample))
                             << "z=" << z << " c=" << c << " t=" << t;
             }
 
@@ -185,7 +185,7 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     const StackLayout outLayout = layoutForOutput(*img, layout);
     {
         TiffWriter writer(out,
-                          outputFormat(img->getBufferType(), format.width, format.height, outLayout, layout,
+                          outputFormat(img->getBufferType(), sampleFormat.width, sampleFormat.height, outLayout, layout,
                                        reader.format(), reader.metadata()),
                           false, {in});
         writeStack(writer, *img, outLayout);
@@ -196,8 +196,8 @@ TEST_P(StackKinds, PlanesComeFromTheirPagesAndGoBack) {
     EXPECT_EQ(back.description, k.written.empty() ? k.description : k.written);
     for (std::uint32_t p = 0; p < k.pages; ++p)
         for (std::uint32_t s = 0; s < k.samples; ++s)
-            for (std::uint32_t y = 0; y < format.height; y += 4)
-                ASSERT_EQ(back.pages[p][s][std::size_t{y} * format.width + 1], sampleValue(format, p, 1, y, s));
+            for (std::uint32_t y = 0; y < sampleFormat.height; y += 4)
+                ASSERT_EQ(back.pages[p][s][std::size_t{y} * sampleFormat.width + 1], sampleValue(sampleFormat, p, 1, y, s));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -256,12 +256,12 @@ TEST(StackKinds, InconsistentImageJDescriptionsAreFileErrors) {
                                    "ImageJ=1.53t\nimages=40\nslices=40\n",
                                    "ImageJ=1.53t\nimages=4\nchannels=0\nslices=4\n",
                                    "ImageJ=1.53t\nimages=4\nchannels=2\nslices=2\n"}) {
-        SampleFormat format;
-        format.pages = 4;
-        format.description = desc;
-        format.samples = desc.find("channels=2\nslices=2") != std::string::npos ? 3 : 1;
+        SampleFormat sampleFormat;
+        sampleFormat.pages = 4;
+        sampleFormat.description = desc;
+        sampleFormat.samples = desc.find("channels=2\nslices=2") != std::string::npos ? 3 : 1;
         const std::string in = tmp.file("bad.tif");
-        writeSample(in, format);
+        writeSample(in, sampleFormat);
         TiffReader reader(in, s_maxAlloc);
         try {
             layoutOf(reader, eStackMode::eAuto);

@@ -172,9 +172,9 @@ inline void writeSamplePages(const std::string& path, const std::vector<SampleFo
     TIFFClose(tif);
 }
 
-/// Writes `format.pages` pages all stored as `format` says.
-inline void writeSample(const std::string& path, const SampleFormat& format) {
-    writeSamplePages(path, std::vector<SampleFormat>(format.pages, format));
+/// Writes `sampleFormat.pages` pages all stored as `sampleFormat` says.
+inline void writeSample(const std::string& path, const SampleFormat& sampleFormat) {
+    writeSamplePages(path, std::vector<SampleFormat>(sampleFormat.pages, sampleFormat));
 }
 
 /// A file read back with libtiff's scanline or tile interface: per page,
