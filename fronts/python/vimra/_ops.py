@@ -258,9 +258,20 @@ def signature(info):
     kinds = {"image": "np.ndarray", "number": "float", "range": "tuple[float, float]",
              "buffer_type": "np.dtype", "text": "str", "other": "object"}
     parts = []
+    optional_seen = False
     for p in info["arguments"]:
         t = kinds[p["kind"]]
-        parts.append(f"{p['name']}: {t} | None = None" if p["optional"] else f"{p['name']}: {t}")
+        if p["optional"]:
+            optional_seen = True
+            parts.append(f"{p['name']}: {t} | None = None")
+        elif optional_seen:
+            # A required argument after optional ones (a formula's text after its
+            # optional images) can only be given by name.
+            if "*" not in parts:
+                parts.append("*")
+            parts.append(f"{p['name']}: {t}")
+        else:
+            parts.append(f"{p['name']}: {t}")
     return ", ".join(parts)
 
 

@@ -36,7 +36,8 @@ def stubs():
         args = _ops.signature(info)
         options = _OPTIONS.format(out=out)
         if args:
-            options = f"{args}, {options}"
+            # One keyword-only marker: the signature's own, or the options'.
+            options = f"{args}, {options[3:]}" if "*" in args.split(", ") else f"{args}, {options}"
         doc = info["tool_tip"].replace('"', "'")
         lines.append(f"def {info['name']}({options}, "
                      f"progress: Callable[[int, int], None] | str | None = ...) -> {result}:\n    \"\"\"{doc}\"\"\"")

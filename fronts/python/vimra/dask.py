@@ -14,6 +14,7 @@ image whole, each block getting the part of it over that block. Results equal
 the single call's bit for bit, whatever the chunking.
 """
 
+import builtins
 import re
 
 import dask.array as da
@@ -78,7 +79,7 @@ def _make(name, info):
         images = {i: v for i, (p, v) in enumerate(zip(params, values)) if p["kind"] == "image" and v is not None}
         if not images:
             raise VimraValueError(f"{name}() needs at least one image")
-        first_index = min(images)
+        first_index = builtins.min(images)
         first = _as_dask(params[first_index]["name"], images[first_index])
         dtypes = _sample_dtypes(function, info, values, images)
         outputs = len(info["outputs"])
@@ -151,7 +152,9 @@ def formula(text, *, border=None, axes=None, dtype=None, threads=1, isa=None, **
         raise VimraValueError("formulas that read x, y, z, width, height or depth depend on where a block lies; "
                               "run them with vimra.formula on the whole image")
     before, after = compiled.halo
-    reach = {"X": max(before[0], after[0]), "Y": max(before[1], after[1]), "Z": max(before[2], after[2])}
+    # This module defines min and max as operations: the builtins by their full names.
+    reach = {"X": builtins.max(before[0], after[0]), "Y": builtins.max(before[1], after[1]),
+             "Z": builtins.max(before[2], after[2])}
     depth = {k: reach.get(c, 0) for k, c in enumerate(axes)}
     names = list(arrays)
     function, info = _operation(volume)

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -75,6 +77,13 @@ Outcome finish(pid_t pid, const std::string& logDir) {
 Outcome tool(const std::vector<std::string>& args) {
     static TempDir logs;
     return finish(start(args, logs.dir.string()), logs.dir.string());
+}
+
+/// A library message without its image descriptions ("(uint8 45x21 z=3)"): the
+/// tool runs on pages or bands, whose descriptions differ from the whole file's.
+std::string withoutImageDescriptions(const std::string& message) {
+    static const std::regex description(R"( \([a-z0-9]+ [0-9]+x[0-9]+[^)]*\))");
+    return std::regex_replace(message, description, "");
 }
 
 /// A failure as the tool reports it: the exit code, one line naming the problem.
@@ -173,8 +182,13 @@ class EveryOperation : public ::testing::TestWithParam<std::string> {};
 TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
     const catalogue::OperationInfo* op = catalogue::findOperation(GetParam());
     ASSERT_NE(op, nullptr);
+    // Operations between images of different geometry depend on how a stack becomes
+    // channels, frames and planes, which this test's reference reading does not
+    // reproduce for hyperstacks; the stack tests cover that reading.
+    const bool geometryMatters = op->words.front() == "generic";
     for (const FileKind& kind : s_kinds) {
         SCOPED_TRACE(kind.name);
+        if (geometryMatters && !kind.description.empty()) continue;
         TempDir tmp;
         std::vector<std::string> args{op->kebabName()};
         std::vector<catalogue::ArgumentValue> values;
@@ -240,7 +254,8 @@ TEST_P(EveryOperation, FilesHoldWhatTheLibraryComputes) {
         }
         const Outcome r = tool(args);
         if (!refusal.empty()) {
-            expectFailure(r, 1, refusal);
+            expectFailure(Outcome{r.code, r.out, withoutImageDescriptions(r.err)}, 1,
+                          withoutImageDescriptions(refusal));
             for (const auto& o : outs) EXPECT_FALSE(fs::exists(o));
             continue;
         }
@@ -320,9 +335,9 @@ TEST(Listing, EveryOperationHasHelpFromItsDeclaration) {
         EXPECT_NE(r.out.find(shownToolTip(op)), std::string::npos);
         for (const auto& a : op.arguments) {
             if (a.kind == catalogue::eArgumentKind::eOther) continue;
-            std::string n = a.name;
+            std::string n = a.name;  // options in kebab case, positionals as named
             std::replace(n.begin(), n.end(), '_', '-');
-            EXPECT_NE(r.out.find(n), std::string::npos) << a.name;
+            EXPECT_TRUE(r.out.find(n) != std::string::npos || r.out.find(a.name) != std::string::npos) << a.name;
         }
         for (const auto& o : op.outputs) {
             if (!o.typeRule.empty()) EXPECT_NE(r.out.find(o.typeRule), std::string::npos) << o.typeRule;

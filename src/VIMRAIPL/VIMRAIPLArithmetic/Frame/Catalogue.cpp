@@ -3,6 +3,7 @@
 #include <vimra/processor/ProcessingException.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cctype>
 #include <deque>
 #include <mutex>
@@ -117,6 +118,22 @@ std::string lowerFirst(std::string_view name) {
     std::string s(name);
     if (!s.empty()) s[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(s[0])));
     return s;
+}
+
+image::BorderPolicy borderPolicyFromText(const char* attribute, std::string_view text) {
+    if (text == "nearest") return image::BorderPolicy::nearest();
+    if (text == "mirror") return image::BorderPolicy::mirror();
+    if (text == "mirror-edge" || text == "mirror_edge") return image::BorderPolicy::mirrorEdge();
+    if (text == "periodic") return image::BorderPolicy::periodic();
+    if (text == "constant") return image::BorderPolicy::constant();
+    if (text.starts_with("constant:")) {
+        const std::string value(text.substr(9));
+        char* end = nullptr;
+        const double v = std::strtod(value.c_str(), &end);
+        if (!value.empty() && end == value.c_str() + value.size()) return image::BorderPolicy::constant(v);
+    }
+    throwArgument("argument '" + argumentName(attribute) + "' (" + attribute + ") takes a border policy: "
+                  "constant, constant:VALUE, nearest, mirror, mirror-edge or periodic, not '" + std::string(text) + "'");
 }
 
 void throwArgumentKind(const char* attribute, eArgumentKind wanted) {

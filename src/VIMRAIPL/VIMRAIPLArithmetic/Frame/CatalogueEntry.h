@@ -8,6 +8,8 @@
 #include <VIMRAIPL/VIMRAIPLArithmetic/Catalogue.h>
 #include <VIMRAIPL/VIMRAIPLArithmetic/Frame/EntryFunctions.h>
 
+#include <vimra/image/Border.h>
+
 #include <functional>
 #include <limits>
 #include <type_traits>
@@ -38,6 +40,10 @@ std::string argumentName(std::string_view attribute);
 std::vector<std::string> operationWords(std::string_view name);
 std::string lowerFirst(std::string_view name);
 
+/// A border policy by name: "constant" (or "constant:VALUE"), "nearest", "mirror",
+/// "mirror-edge", "periodic". Throws naming the accepted names.
+image::BorderPolicy borderPolicyFromText(const char* attribute, std::string_view text);
+
 [[noreturn]] void throwArgumentKind(const char* attribute, eArgumentKind wanted);
 [[noreturn]] void throwArgumentRange(const char* attribute, double value);
 [[noreturn]] void throwArgumentMissing(const char* attribute);
@@ -48,6 +54,7 @@ constexpr eArgumentKind kindOf() {
     if constexpr (std::is_same_v<V, image::ConstImagePtr>) return eArgumentKind::eImage;
     else if constexpr (std::is_same_v<V, processor::Range>) return eArgumentKind::eRange;
     else if constexpr (std::is_same_v<V, image::eImageBufferType::domain>) return eArgumentKind::eBufferType;
+    else if constexpr (std::is_same_v<V, image::BorderPolicy>) return eArgumentKind::eText;
     else if constexpr (std::is_arithmetic_v<V>) return eArgumentKind::eNumber;
     else if constexpr (std::is_constructible_v<V, std::string>) return eArgumentKind::eText;
     else return eArgumentKind::eOther;
@@ -102,7 +109,11 @@ void setArgument(processor::BaseProcessor& p, const ArgumentValue& value) {
     } else if constexpr (kind == eArgumentKind::eText) {
         const auto* s = std::get_if<std::string>(&value);
         if (!s) throwArgumentKind(A::s_name, kind);
-        p.set<A>(V(*s));
+        if constexpr (std::is_same_v<V, image::BorderPolicy>) {
+            p.set<A>(borderPolicyFromText(A::s_name, *s));
+        } else {
+            p.set<A>(V(*s));
+        }
     } else {
         throwArgumentKind(A::s_name, kind);
     }
