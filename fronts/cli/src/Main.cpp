@@ -14,6 +14,8 @@
 #include <CLI/CLI.hpp>
 #include <tiffio.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <deque>
 #include <iostream>
@@ -151,6 +153,30 @@ RunOptions runOptions(const RunSettings& s) {
     return o;
 }
 
+/// The names a formula gives its inputs and its border, as extra option names:
+/// img1 is --I1, bin_img2 --B2, lab_img3 --L3, convol_border --border (names
+/// without their dimension).
+std::string formulaAlias(const std::string& argument) {
+    const auto numbered = [&](const std::string& prefix, const char* letter) -> std::string {
+        if (argument.size() != prefix.size() + 1 || argument.compare(0, prefix.size(), prefix) != 0 ||
+            !std::isdigit(static_cast<unsigned char>(argument.back())))
+            return {};
+        return std::string(",--") + letter + argument.back();
+    };
+    for (const auto& [prefix, letter] : {std::pair{"img", "I"}, {"bin_img", "B"}, {"lab_img", "L"}})
+        if (std::string alias = numbered(prefix, letter); !alias.empty()) return alias;
+    if (argument == "convol_border") return ",--border";
+    return {};
+}
+
+/// An argument's name without its "2d"/"3d": the 2d and 3d forms of an operation
+/// name their images, formula and border by their dimension (img1, img3d1).
+std::string withoutDimension(std::string name) {
+    for (const char* d : {"2d", "3d"})
+        if (const auto at = name.find(d); at != std::string::npos) return name.erase(at, 2);
+    return name;
+}
+
 void addOperation(CLI::App& app, std::deque<OperationOptions>& all, RunSettings& settings,
                   const catalogue::OperationInfo& op, const std::string& name) {
     OperationOptions& o = all.emplace_back();
@@ -165,7 +191,7 @@ void addOperation(CLI::App& app, std::deque<OperationOptions>& all, RunSettings&
     cmd->footer(helpFooter(op));
     for (std::size_t i = 0; i < n; ++i) {
         const catalogue::ArgumentInfo& a = op.arguments[i];
-        const std::string flag = isPositional(a) ? a.name : "--" + kebab(a.name);
+        const std::string flag = isPositional(a) ? a.name : "--" + kebab(a.name) + formulaAlias(withoutDimension(a.name));
         switch (a.kind) {
             case catalogue::eArgumentKind::eImage:
                 o.given[i] = cmd->add_option(flag, o.text[i], "input image (TIFF)")->type_name("FILE");
@@ -327,7 +353,9 @@ int run(int argc, char** argv) {
         const catalogue::OperationInfo* volume = catalogue::findOperation(base + "3d");
         if (!volume || catalogue::findOperation(base) || volume->arguments.size() != op.arguments.size() ||
             !std::equal(op.arguments.begin(), op.arguments.end(), volume->arguments.begin(),
-                        [](const auto& a, const auto& b) { return a.name == b.name && a.kind == b.kind; }))
+                        [](const auto& a, const auto& b) {
+                            return withoutDimension(a.name) == withoutDimension(b.name) && a.kind == b.kind;
+                        }))
             continue;
         addOperation(app, operations, settings, op, base);
         operations.back().volumeOp = volume;

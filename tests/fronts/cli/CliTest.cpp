@@ -638,5 +638,40 @@ TEST(Interrupt, CtrlCRemovesThePartialFileAndExits130) {
     EXPECT_EQ(tmp.names(), std::vector<std::string>{"big.tif"});
 }
 
+// A formula by the names its language gives the inputs (--I1, --B1, --L1) and
+// its border (--border); one name for both forms, the 3d one for volumes.
+TEST(FormulaFront, FormulaTakesItsInputsByTheirNamesInTheFormula) {
+    TempDir tmp;
+    for (const std::uint32_t pages : {1u, 3u}) {
+        SCOPED_TRACE(pages);
+        SampleFormat a, b;
+        a.type = b.type = eImageBufferType::eFloat;
+        a.pages = b.pages = pages;
+        b.seed = 5;
+        const std::string pa = tmp.file("fa" + std::to_string(pages) + ".tif");
+        const std::string pb = tmp.file("fb" + std::to_string(pages) + ".tif");
+        writeSample(pa, a);
+        writeSample(pb, b);
+        const std::string text = "0.5*I1 + I2[1,0]";
+        const std::string out = tmp.file("f" + std::to_string(pages) + ".tif");
+        const Outcome r = tool({"formula", text, "--I1", pa, "--I2", pb, "--border", "mirror", "-o", out});
+        ASSERT_EQ(r.code, 0) << r.err;
+        const catalogue::OperationInfo* op = catalogue::findOperation(pages > 1 ? "formula3d" : "formula2d");
+        ASSERT_NE(op, nullptr);
+        std::vector<catalogue::ArgumentValue> values(op->arguments.size());
+        values[0] = image::ConstImagePtr(imageOf(readBack(pa)));
+        values[1] = image::ConstImagePtr(imageOf(readBack(pb)));
+        values[9] = text;
+        values[10] = std::string("mirror");
+        auto p = op->prepare(values);
+        processor::executeSyncRun(p);
+        expectFileEquals(out, *op->outputsOf(*p).at(0));
+    }
+    const Outcome bad = tool({"formula", "I1", "--I1", tmp.file("fa1.tif"), "--border", "sideways", "-o",
+                              tmp.file("never.tif")});
+    expectFailure(bad, 1, "border policy");
+    EXPECT_FALSE(fs::exists(tmp.file("never.tif")));
+}
+
 }  // namespace
 }  // namespace vimra::cli::test
