@@ -1,6 +1,7 @@
 """Arrays to images and back, argument checking and runs: everything the
 generated operation functions share."""
 
+import atexit
 import concurrent.futures
 import math
 import threading
@@ -215,6 +216,8 @@ def submit(call):
 
     def watch():
         call.run.wait()
+        with _watchers_lock:
+            _watchers.pop(threading.current_thread(), None)
         if not future.set_running_or_notify_cancel():
             return
         try:
@@ -224,8 +227,29 @@ def submit(call):
         else:
             future.set_result(result)
 
-    threading.Thread(target=watch, name="vimra-run", daemon=True).start()
+    watcher = threading.Thread(target=watch, name="vimra-run", daemon=True)
+    with _watchers_lock:
+        _watchers[watcher] = call.run
+    watcher.start()
     return future
+
+
+# Runs still going when the interpreter exits are cancelled and waited for: the
+# library's threads must not outlive the objects the process tears down at exit.
+_watchers = {}
+_watchers_lock = threading.Lock()
+
+
+def _finish_runs_at_exit():
+    with _watchers_lock:
+        pending = list(_watchers.items())
+    for _, run in pending:
+        run.cancel()
+    for watcher, _ in pending:
+        watcher.join()
+
+
+atexit.register(_finish_runs_at_exit)
 
 
 def report(progress, done, total):
